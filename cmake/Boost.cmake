@@ -1,0 +1,15 @@
+# Boost is header-only here. The cross build must not see /usr/include (it would pick up the
+# host's C library headers), so it reaches Boost through a folder that holds only a link to it.
+if(CMAKE_CROSSCOMPILING)
+  set(RIGEL_BOOST_DIR "${CMAKE_BINARY_DIR}/boost-include")
+  if(NOT EXISTS "${RIGEL_BOOST_DIR}/boost")
+    file(MAKE_DIRECTORY "${RIGEL_BOOST_DIR}")
+    file(CREATE_LINK /usr/include/boost "${RIGEL_BOOST_DIR}/boost" SYMBOLIC)
+  endif()
+  add_library(rigel_boost INTERFACE)
+  target_include_directories(rigel_boost SYSTEM INTERFACE "${RIGEL_BOOST_DIR}")
+else()
+  find_package(Boost 1.74 REQUIRED)
+  add_library(rigel_boost INTERFACE)
+  target_link_libraries(rigel_boost INTERFACE Boost::headers)
+endif()

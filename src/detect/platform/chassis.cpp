@@ -1,0 +1,9 @@
+#include "detect/platform/chassis.h"
+
+namespace rigel {
+
+Chassis::Chassis() : Detector(nullptr, L"Error in Chassis detection.") {}
+
+void Chassis::Run() {}
+
+}  // namespace rigel

@@ -1,0 +1,7 @@
+#include "detect/platform/sound.h"
+
+namespace rigel {
+
+bool Sound::Detect() { return true; }
+
+}  // namespace rigel

@@ -1,0 +1,21 @@
+#pragma once
+
+namespace rigel::os {
+
+class Clock;
+class DebugOutput;
+
+// The OS services the portable code calls. Every pointer is set: the product gets the real
+// implementations, tests install fakes for their scope with ScopedServices.
+struct Services {
+    Clock* clock = nullptr;
+    DebugOutput* debugOutput = nullptr;
+};
+
+// The services in effect.
+Services& Current();
+
+// The implementations the product uses when no test has installed others.
+Services DefaultServices();
+
+}  // namespace rigel::os

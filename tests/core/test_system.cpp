@@ -1,0 +1,210 @@
+#include <gtest/gtest.h>
+
+#include <cwctype>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "core/data_service.h"
+#include "core/system.h"
+#include "diag/log.h"
+#include "support/fake_data_service.h"
+#include "support/fake_machine.h"
+
+namespace rigel {
+namespace {
+
+class SystemTest : public ::testing::Test {
+  protected:
+    static System& session() { return System::Instance(); }
+
+    std::wstring StoredText(std::uint32_t group) {
+        SystemValue found(SystemValueID(GroupID(group), 0), L"<absent>");
+        session().GetSystemValues().TryGetValue(found.id, found);
+        return found.text;
+    }
+
+    test::FakeMachine machine;
+    test::FakeDataService service;
+    ScopedDataService serviceScope{service};
+};
+
+bool IsLowerHex(wchar_t c) { return (c >= L'0' && c <= L'9') || (c >= L'a' && c <= L'f'); }
+
+TEST_F(SystemTest, SessionIdentifierIsARandomVersionFourUuid) {
+    const std::wstring id = session().GetSessionID();
+    ASSERT_EQ(id.size(), 36u);
+    for (std::size_t i = 0; i < id.size(); ++i) {
+        if (i == 8 || i == 13 || i == 18 || i == 23) {
+            EXPECT_EQ(id[i], L'-') << id;
+        } else {
+            EXPECT_TRUE(IsLowerHex(id[i])) << id;
+        }
+    }
+    EXPECT_EQ(id[14], L'4') << id;
+    EXPECT_NE(std::wstring(L"89ab").find(id[19]), std::wstring::npos) << id;
+
+    test::FreshProcessState();
+    EXPECT_NE(session().GetSessionID(), id) << "every process draws its own identifier";
+}
+
+TEST_F(SystemTest, VersionText) { EXPECT_EQ(System::GetVersion(), L"4.5.22.0"); }
+
+TEST_F(SystemTest, ConfigurationTagsApplyOnlyNonEmptyEnclosedTexts) {
+    const std::wstring session0 = session().GetSessionID();
+    session().SetConfiguration(L"<session_id></session_id><user_id>u1</user_id>");
+    EXPECT_EQ(session().GetSessionID(), session0);
+    EXPECT_EQ(session().GetUserID(), L"u1");
+
+    session().SetConfiguration(
+        L"x<referrer_id> r 7 </referrer_id><session_id>s1</session_id>"
+        L"<session_id>s2</session_id>");
+    EXPECT_EQ(session().GetReferrerID(), L" r 7 ") << "white space stays";
+    EXPECT_EQ(session().GetSessionID(), L"s1") << "the first pair wins";
+
+    session().SetConfiguration(L"<user_id>u2");
+    EXPECT_EQ(session().GetUserID(), L"u1") << "a start tag without its end tag applies nothing";
+    session().SetConfiguration(L"</user_id><user_id>u3");
+    EXPECT_EQ(session().GetUserID(), L"u1") << "an end tag before the start tag does not count";
+}
+
+TEST_F(SystemTest, LoggingTagSetsTheLevelCappedAtSeven) {
+    const std::vector<std::pair<std::wstring, int>> cases = {
+        {L"5", 5}, {L"99", 7}, {L"x", 0}, {L" -2x", -2}, {L"+3", 3}, {L"99999999999", 7}};
+    for (const auto& [text, level] : cases) {
+        session().SetConfiguration(L"<logging>" + text + L"</logging>");
+        EXPECT_EQ(Log::Instance().GetLevel(), level) << text;
+    }
+}
+
+TEST_F(SystemTest, DebugIsOnForAnyTextButEmptyAndZero) {
+    const std::vector<std::pair<std::wstring, bool>> cases = {
+        {L"0", false}, {L"1", true}, {L"00", true}, {L"false", true}, {L" ", true}};
+    for (const auto& [text, debug] : cases) {
+        session().SetConfiguration(L"<debug>" + text + L"</debug>");
+        EXPECT_EQ(session().IsDebug(), debug) << '"' << text << '"';
+    }
+    session().SetDebug(L"");
+    EXPECT_FALSE(session().IsDebug());
+}
+
+TEST_F(SystemTest, ExtractTagTracesPositionsAndValue) {
+    Log::Instance().SetLevel(3);
+    std::wstring out = L"kept";
+    EXPECT_TRUE(System::ExtractTag(L"ab<logging>5</logging>", L"<logging>", L"</logging>", out));
+    EXPECT_EQ(out, L"5");
+    EXPECT_FALSE(System::ExtractTag(L"none", L"<debug>", L"</debug>", out));
+    EXPECT_EQ(out, L"") << "an absent start tag yields the empty text";
+    out = L"kept";
+    EXPECT_FALSE(System::ExtractTag(L"<debug>1", L"<debug>", L"</debug>", out));
+    EXPECT_EQ(out, L"kept") << "a missing end tag leaves the output alone";
+    EXPECT_EQ(machine.LogMessages(),
+              (std::vector<std::wstring>{L"len= 9", L"s= 2", L"e= 12", L"value= 5", L"len= 7",
+                                         L"s= -1", L"e= -1", L"value= ", L"value= kept"}));
+}
+
+TEST_F(SystemTest, SettersFollowTheirEmptyTextRules) {
+    const std::wstring session0 = session().GetSessionID();
+    session().SetSessionID(L"");
+    session().SetComputerID(L"");
+    session().SetReferrerID(L"r1");
+    session().SetReferrerID(L"");
+    session().SetUserID(L"u1");
+    session().SetUserID(L"");
+    EXPECT_EQ(session().GetSessionID(), session0);
+    EXPECT_EQ(session().GetComputerID(), L"");
+    EXPECT_EQ(session().GetReferrerID(), L"r1");
+    EXPECT_EQ(session().GetUserID(), L"");
+}
+
+TEST_F(SystemTest, DetectStoresTheIdentifiersOnEveryCall) {
+    session().SetSessionID(L"s1");
+    session().SetUserID(L"u1");
+    session().Detect();
+    EXPECT_EQ(StoredText(71424), L"s1");
+    EXPECT_EQ(StoredText(71218), L"");
+    EXPECT_EQ(StoredText(71206), L"u1");
+
+    session().SetReferrerID(L"r9");
+    session().SetUserID(L"u2");
+    session().Detect();
+    EXPECT_EQ(StoredText(71218), L"r9");
+    EXPECT_EQ(StoredText(71206), L"u2");
+    const auto& values = session().GetSystemValues().Values();
+    ASSERT_GE(values.size(), 3u);
+    EXPECT_EQ(values[0].id.group.GetNumber(), 71424u) << "replaced in place";
+    EXPECT_EQ(values[1].id.group.GetNumber(), 71218u);
+    EXPECT_EQ(values[2].id.group.GetNumber(), 71206u);
+}
+
+TEST_F(SystemTest, UploadsAtMostEveryTenMinutesUnlessAnIdentifierChanges) {
+    machine.clock.unixTime = 1'000'000;
+    session().Detect();
+    EXPECT_EQ(service.uploads, 1);
+    machine.clock.unixTime += 599;
+    session().Detect();
+    EXPECT_EQ(service.uploads, 1);
+    machine.clock.unixTime += 1;
+    session().Detect();
+    EXPECT_EQ(service.uploads, 2);
+
+    session().SetConfiguration(L"<session_id>via-config</session_id>");
+    session().Detect();
+    EXPECT_EQ(service.uploads, 2) << "configuration tags leave the sent flag alone";
+    session().SetSessionID(L"new-session");
+    session().Detect();
+    EXPECT_EQ(service.uploads, 3);
+    session().SetComputerID(L"new-computer");
+    session().Detect();
+    EXPECT_EQ(service.uploads, 4);
+    session().SetReferrerID(L"new-referrer");
+    session().Detect();
+    EXPECT_EQ(service.uploads, 4);
+}
+
+TEST_F(SystemTest, GroupListIsFetchedOnceForTheFirstDetection) {
+    session().SetReferrerID(L"r1");
+    session().Detect();
+    session().SetReferrerID(L"r2");
+    session().Detect();
+    EXPECT_EQ(service.groupRequests, std::vector<std::wstring>{L"r1"});
+}
+
+TEST_F(SystemTest, FailedGroupRequestIsRetriedByTheNextDetection) {
+    session().SetReferrerID(L"r1");
+    service.failGroups = true;
+    EXPECT_THROW(session().Detect(), std::runtime_error);
+    EXPECT_EQ(service.uploads, 0);
+    EXPECT_EQ(StoredText(71218), L"r1") << "identifiers are stored before the request";
+
+    service.failGroups = false;
+    session().Detect();
+    EXPECT_EQ(service.groupRequests.size(), 2u);
+    EXPECT_EQ(service.uploads, 1);
+}
+
+TEST_F(SystemTest, FailedUploadIsRetriedAndLeavesTheComputerIdentifierAlone) {
+    session().SetComputerID(L"before");
+    session().GetSystemValues().AddValue(71207, L"{GUID-1}");
+    service.failUpload = true;
+    EXPECT_THROW(session().Detect(), std::runtime_error);
+    EXPECT_EQ(session().GetComputerID(), L"before");
+
+    service.failUpload = false;
+    session().Detect();
+    EXPECT_EQ(service.uploads, 1);
+    EXPECT_EQ(service.groupRequests.size(), 1u) << "the components already ran";
+    EXPECT_EQ(session().GetComputerID(), L"{GUID-1}");
+}
+
+TEST_F(SystemTest, ComputerIdentifierIsReadBackFromTheStoreAfterEachDetection) {
+    session().SetComputerID(L"set-by-script");
+    session().Detect();
+    EXPECT_EQ(session().GetComputerID(), L"") << "no computer identifier was detected";
+    session().GetSystemValues().AddValue(71207, L"{GUID-2}");
+    session().Detect();
+    EXPECT_EQ(session().GetComputerID(), L"{GUID-2}");
+}
+
+}  // namespace
+}  // namespace rigel

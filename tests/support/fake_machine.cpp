@@ -1,0 +1,57 @@
+#include "support/fake_machine.h"
+
+#include "core/components.h"
+#include "core/system.h"
+#include "diag/log.h"
+#include "values/shared_text.h"
+
+namespace rigel::test {
+namespace {
+
+os::Services ServicesOf(FakeMachine& machine) {
+    os::Services services = os::Current();
+    services.clock = &machine.clock;
+    services.debugOutput = &machine.debugOutput;
+    return services;
+}
+
+}  // namespace
+
+void FreshProcessState() {
+    System::DestroyInstanceForTesting();
+    Components::ResetProcessStateForTesting();
+    Log::DestroyInstanceForTesting();
+    SharedText::ClearAll();
+}
+
+FakeMachine::FakeMachine() : scope_(ServicesOf(*this)) { FreshProcessState(); }
+
+FakeMachine::~FakeMachine() { FreshProcessState(); }
+
+std::vector<std::wstring> FakeMachine::LogLines() const {
+    std::vector<std::wstring> lines;
+    std::wstring current;
+    for (wchar_t c : debugOutput.Text()) {
+        if (c == L'\n') {
+            lines.push_back(current);
+            current.clear();
+        } else {
+            current += c;
+        }
+    }
+    if (!current.empty()) lines.push_back(current);
+    return lines;
+}
+
+std::vector<std::wstring> FakeMachine::LogMessages() const {
+    std::vector<std::wstring> messages;
+    for (const auto& line : LogLines()) {
+        auto bar = line.find(L" | ");
+        std::wstring message = bar == std::wstring::npos ? line : line.substr(bar + 3);
+        while (message.compare(0, 2, L". ") == 0) message.erase(0, 2);
+        messages.push_back(message);
+    }
+    return messages;
+}
+
+}  // namespace rigel::test

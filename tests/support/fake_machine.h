@@ -1,0 +1,35 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "os/fake/fake_clock.h"
+#include "os/fake/fake_debug_output.h"
+#include "os/scoped_services.h"
+
+namespace rigel::test {
+
+// Gives a test a fresh process state (session, store, log, once-flags, shared result texts)
+// and installs fake OS services for its scope.
+void FreshProcessState();
+
+class FakeMachine {
+  public:
+    FakeMachine();
+    ~FakeMachine();
+    FakeMachine(const FakeMachine&) = delete;
+    FakeMachine& operator=(const FakeMachine&) = delete;
+
+    os::FakeClock clock;
+    os::FakeDebugOutput debugOutput;
+
+    // Every log line written so far, without its line feed.
+    std::vector<std::wstring> LogLines() const;
+    // The part of each log line after its prefix (after " | " and the indent groups).
+    std::vector<std::wstring> LogMessages() const;
+
+  private:
+    os::ScopedServices scope_;
+};
+
+}  // namespace rigel::test
