@@ -3,14 +3,6 @@
 namespace rigel {
 namespace {
 
-// Until the web client exists the requests answer with an empty body: the group list then holds
-// one group numbered 0 and the upload sends nothing.
-class OfflineDataService : public DataService {
-  public:
-    std::wstring RequestGroups(const std::wstring&) override { return std::wstring(); }
-    std::wstring SendSystemInformation() override { return std::wstring(); }
-};
-
 DataService*& Installed() {
     static DataService* installed = nullptr;
     return installed;
@@ -19,9 +11,8 @@ DataService*& Installed() {
 }  // namespace
 
 DataService& DataService::Current() {
-    static OfflineDataService offline;
     DataService* installed = Installed();
-    return installed != nullptr ? *installed : offline;
+    return installed != nullptr ? *installed : ProductDataService();
 }
 
 ScopedDataService::ScopedDataService(DataService& replacement) : previous_(Installed()) {

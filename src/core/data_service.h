@@ -17,6 +17,10 @@ class DataService {
     static DataService& Current();
 };
 
+// The product's own data service, the web client. Defined by the service layer, which the core
+// does not include; the link brings the two together.
+DataService& ProductDataService();
+
 // Installs another data service (a test's) for the lifetime of the object.
 class ScopedDataService {
   public:
