@@ -4,12 +4,14 @@ namespace rigel::os {
 
 class Clock;
 class DebugOutput;
+class Http;
 
 // The OS services the portable code calls. Every pointer is set: the product gets the real
 // implementations, tests install fakes for their scope with ScopedServices.
 struct Services {
     Clock* clock = nullptr;
     DebugOutput* debugOutput = nullptr;
+    Http* http = nullptr;
 };
 
 // The services in effect.

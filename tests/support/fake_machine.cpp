@@ -12,6 +12,7 @@ os::Services ServicesOf(FakeMachine& machine) {
     os::Services services = os::Current();
     services.clock = &machine.clock;
     services.debugOutput = &machine.debugOutput;
+    services.http = &machine.http;
     return services;
 }
 

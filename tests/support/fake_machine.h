@@ -5,6 +5,7 @@
 
 #include "os/fake/fake_clock.h"
 #include "os/fake/fake_debug_output.h"
+#include "os/fake/fake_http.h"
 #include "os/scoped_services.h"
 
 namespace rigel::test {
@@ -22,6 +23,7 @@ class FakeMachine {
 
     os::FakeClock clock;
     os::FakeDebugOutput debugOutput;
+    os::FakeHttp http;
 
     // Every log line written so far, without its line feed.
     std::vector<std::wstring> LogLines() const;

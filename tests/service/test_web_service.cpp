@@ -1,0 +1,373 @@
+#include <gtest/gtest.h>
+
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "diag/log.h"
+#include "os/fake/fake_http.h"
+#include "service/web_service.h"
+#include "support/fake_machine.h"
+
+namespace rigel {
+namespace {
+
+using namespace std::string_literals;
+using Step = os::FakeHttp::Step;
+
+std::wstring DataServiceHost() {
+    std::wstring host;
+    for (const char* c = RIGEL_DATA_SERVICE_HOST; *c != '\0'; ++c) host += static_cast<wchar_t>(*c);
+    return host;
+}
+
+std::string Pattern(std::size_t size) {
+    std::string bytes;
+    for (std::size_t i = 0; i < size; ++i) bytes += static_cast<char>('a' + i % 26);
+    return bytes;
+}
+
+class WebServiceTest : public ::testing::Test {
+  protected:
+    WebServiceTest() { Log::Instance().SetLevel(Log::kDump); }
+
+    static WebService Post(const std::wstring& body, const std::wstring& contentType) {
+        WebService service;
+        service.SetVerb(L"POST");
+        service.SetPath(L"/post/here?a=1&b=2");
+        service.SetContentType(contentType);
+        service.SetBody(body);
+        return service;
+    }
+
+    static WebService Get() {
+        WebService service;
+        service.SetVerb(L"GET");
+        service.SetPath(L"/get/here?x=y");
+        return service;
+    }
+
+    const os::FakeHttp::Exchange& Sent() const { return machine.http.Last(); }
+
+    // The whole log line that carries the message; empty when there is none.
+    std::wstring LineWith(const std::wstring& message) const {
+        for (const auto& line : machine.LogLines()) {
+            if (line.size() >= message.size() &&
+                line.compare(line.size() - message.size(), message.size(), message) == 0) {
+                return line;
+            }
+        }
+        return std::wstring();
+    }
+
+    void ExpectAllClosedInOrder() const {
+        const auto& sent = Sent();
+        EXPECT_EQ(machine.http.closed,
+                  (std::vector<os::HInternet>{sent.request, sent.connection, sent.session}));
+        EXPECT_EQ(machine.http.OpenHandles(), 0u);
+        EXPECT_TRUE(machine.http.misuse.empty()) << machine.http.misuse.front();
+    }
+
+    test::FakeMachine machine;
+};
+
+TEST_F(WebServiceTest, APostSendsTheExactRequestLineHeadersAndBody) {
+    WebService service = Post(L"<a>b</a>", L"text/xml");
+    EXPECT_TRUE(service.Call());
+
+    const auto& sent = Sent();
+    ASSERT_EQ(machine.http.exchanges.size(), 1u);
+    EXPECT_EQ(sent.agent, L"RIGEL");
+    EXPECT_EQ(sent.accessType, 0u);
+    EXPECT_EQ(sent.proxy, std::nullopt);
+    EXPECT_EQ(sent.proxyBypass, std::nullopt);
+    EXPECT_EQ(sent.sessionFlags, 0u);
+
+    EXPECT_EQ(sent.connectedSession, sent.session);
+    EXPECT_EQ(sent.host, DataServiceHost());
+    EXPECT_EQ(sent.port, RIGEL_DATA_SERVICE_PORT);
+    EXPECT_EQ(sent.user, std::optional<std::wstring>(L""));
+    EXPECT_EQ(sent.password, std::optional<std::wstring>(L""));
+    EXPECT_EQ(sent.service, 3u);
+    EXPECT_EQ(sent.connectFlags, 0x40000u);
+
+    EXPECT_EQ(sent.requestConnection, sent.connection);
+    EXPECT_EQ(sent.verb, L"POST");
+    EXPECT_EQ(sent.objectName, L"/post/here?a=1&b=2");
+    EXPECT_EQ(sent.version, std::optional<std::wstring>(L"HTTP/1.1"));
+    EXPECT_EQ(sent.referrer, std::nullopt);
+    EXPECT_EQ(sent.acceptTypes, std::vector<std::wstring>{L"text/*"});
+    EXPECT_EQ(sent.requestFlags, 0xA4400000u);
+
+    EXPECT_EQ(sent.sends, 1);
+    const std::wstring headers = L"Content-Type: text/xml; charset=utf-8\r\nContent-Length: 8";
+    EXPECT_EQ(sent.headers, std::optional<std::wstring>(headers));
+    EXPECT_EQ(sent.body, std::optional<std::string>("<a>b</a>"));
+    EXPECT_EQ(service.GetBytesSent(), 64u);
+
+    EXPECT_EQ(sent.queries, (std::vector<std::uint32_t>{19, 20}));
+    ExpectAllClosedInOrder();
+}
+
+TEST_F(WebServiceTest, ContentTypeIsTheDefaultUntilSet) {
+    WebService service;
+    service.SetVerb(L"POST");
+    service.SetBody(L"x");
+    service.Call();
+    EXPECT_EQ(Sent().headers,
+              std::optional<std::wstring>(
+                  L"Content-Type: application/xml; charset=utf-8\r\nContent-Length: 1"));
+    EXPECT_EQ(Sent().objectName, L"");
+}
+
+TEST_F(WebServiceTest, AGetSendsNeitherHeadersNorBody) {
+    WebService service = Get();
+    service.SetContentType(L"text/xml");
+    service.SetBody(L"ignored");
+    EXPECT_TRUE(service.Call());
+    EXPECT_EQ(Sent().verb, L"GET");
+    EXPECT_EQ(Sent().objectName, L"/get/here?x=y");
+    EXPECT_EQ(Sent().headers, std::nullopt);
+    EXPECT_EQ(Sent().body, std::nullopt);
+    EXPECT_EQ(service.GetBytesSent(), 0u);
+    ExpectAllClosedInOrder();
+}
+
+TEST_F(WebServiceTest, OnlyTheExactVerbPostCarriesABody) {
+    for (const wchar_t* verb : {L"post", L"POST ", L"PUT", L""}) {
+        WebService service = Post(L"body", L"text/xml");
+        service.SetVerb(verb);
+        service.Call();
+        EXPECT_EQ(Sent().verb, verb);
+        EXPECT_EQ(Sent().headers, std::nullopt) << verb;
+        EXPECT_EQ(Sent().body, std::nullopt) << verb;
+        EXPECT_EQ(service.GetBytesSent(), 0u) << verb;
+    }
+}
+
+TEST_F(WebServiceTest, BodyLengthsCountEncodedBytes) {
+    struct Case {
+        std::wstring body;
+        std::string bytes;
+        std::wstring length;
+    };
+    const std::vector<Case> cases = {
+        {L"", "", L"0"},
+        {L"h\u00e9\u20ac", "h\xC3\xA9\xE2\x82\xAC", L"6"},
+        {L"\U0001F600", "\xF0\x9F\x98\x80", L"4"},
+        {std::wstring(L"ab\0cd", 5), "ab", L"2"},  // the body ends at its first null character
+        {std::wstring(1234, L'z'), std::string(1234, 'z'), L"1234"},
+    };
+    for (const auto& c : cases) {
+        WebService service = Post(c.body, L"text/plain");
+        service.Call();
+        const std::wstring headers =
+            L"Content-Type: text/plain; charset=utf-8\r\nContent-Length: " + c.length;
+        EXPECT_EQ(Sent().headers, std::optional<std::wstring>(headers)) << c.length;
+        EXPECT_EQ(Sent().body, std::optional<std::string>(c.bytes)) << c.length;
+        EXPECT_EQ(service.GetBytesSent(), headers.size() + c.bytes.size()) << c.length;
+    }
+}
+
+TEST_F(WebServiceTest, EveryContentTypePlaceholderInTheHeaderIsFilled) {
+    WebService service = Post(L"", L"a/b");
+    service.Call();
+    EXPECT_EQ(Sent().headers, std::optional<std::wstring>(
+                                  L"Content-Type: a/b; charset=utf-8\r\nContent-Length: 0"));
+}
+
+TEST_F(WebServiceTest, NullTextsLeaveTheFieldsAlone) {
+    WebService service = Post(L"kept", L"text/xml");
+    const wchar_t* none = nullptr;
+    service.SetPath(none);
+    service.SetBody(none);
+    service.SetVerb(none);
+    service.SetContentType(none);
+    service.Call();
+    EXPECT_EQ(Sent().verb, L"POST");
+    EXPECT_EQ(Sent().objectName, L"/post/here?a=1&b=2");
+    EXPECT_EQ(Sent().body, std::optional<std::string>("kept"));
+    EXPECT_EQ(Sent().headers, std::optional<std::wstring>(
+                                  L"Content-Type: text/xml; charset=utf-8\r\nContent-Length: 4"));
+}
+
+TEST_F(WebServiceTest, AnEmptyResponseEndsAtTheFirstRead) {
+    WebService service = Get();
+    EXPECT_TRUE(service.Call());
+    EXPECT_EQ(Sent().readCounts, std::vector<std::uint32_t>{0});
+    EXPECT_EQ(service.GetResult(), L"");
+    EXPECT_EQ(service.GetBytesReceived(), 0u);
+}
+
+TEST_F(WebServiceTest, TheResponseIsReadInChunksOfTwoThousandBytes) {
+    machine.http.response.body = Pattern(4500);
+    WebService service = Get();
+    EXPECT_TRUE(service.Call());
+    EXPECT_EQ(Sent().readSizes, (std::vector<std::uint32_t>{2000, 2000, 2000, 2000}));
+    EXPECT_EQ(Sent().readCounts, (std::vector<std::uint32_t>{2000, 2000, 500, 0}));
+    EXPECT_EQ(service.GetResult().size(), 4500u);
+    EXPECT_EQ(service.GetResult(),
+              std::wstring(machine.http.response.body.begin(), machine.http.response.body.end()));
+    EXPECT_EQ(service.GetBytesReceived(), 9000u);
+}
+
+TEST_F(WebServiceTest, AnErrorStatusIsReadLikeAnyOtherResponse) {
+    machine.http.response = {L"404", L"Not Found", "<html>no such page</html>"};
+    WebService service = Get();
+    EXPECT_TRUE(service.Call());
+    EXPECT_EQ(service.GetResult(), L"<html>no such page</html>");
+    EXPECT_EQ(service.GetBytesReceived(), 50u);
+    EXPECT_EQ(LineWith(L"Can't get status."), L"");
+    EXPECT_NE(LineWith(L"TRACE | . Successfully sent data."), L"");
+    ExpectAllClosedInOrder();
+}
+
+TEST_F(WebServiceTest, FailedStatusQueriesAreLoggedAndTheCallGoesOn) {
+    struct Case {
+        std::vector<std::uint32_t> failing;
+        bool statusLogged;
+        bool dataLogged;
+    };
+    const std::vector<Case> cases = {
+        {{19, 20}, true, true},
+        {{19}, true, false},
+        {{20}, false, true},
+    };
+    machine.http.response.body = "body";
+    for (const auto& c : cases) {
+        machine.debugOutput.chunks.clear();
+        machine.http.failingQueries = c.failing;
+        WebService service = Get();
+        EXPECT_TRUE(service.Call());
+        EXPECT_EQ(Sent().queries, (std::vector<std::uint32_t>{19, 20}));
+        EXPECT_EQ(LineWith(L"ERR   | . Can't get status.").empty(), !c.statusLogged);
+        EXPECT_EQ(LineWith(L"ERR   | . Can't get data.").empty(), !c.dataLogged);
+        EXPECT_EQ(service.GetResult(), L"body");
+        EXPECT_NE(LineWith(L"Successfully sent data."), L"");
+    }
+}
+
+TEST_F(WebServiceTest, EachOpeningOrSendingFailureClosesWhatWasOpened) {
+    struct Case {
+        Step step;
+        const char* message;
+        int closedHandles;  // request, connection, session: the last ones opened first
+    };
+    const std::vector<Case> cases = {
+        {Step::kOpenSession, "Can't open Internet.", 0},
+        {Step::kConnect, "Can't open Internet connection.", 1},
+        {Step::kOpenRequest, "Can't open Internet request.", 2},
+        {Step::kSendRequest, "Can't send Internet request.", 3},
+    };
+    for (const auto& c : cases) {
+        test::FakeMachine fresh;
+        fresh.http.failAt = c.step;
+        fresh.http.response.body = "never read";
+        WebService service = Post(L"x", L"text/xml");
+        try {
+            service.Call();
+            ADD_FAILURE() << "no exception for " << c.message;
+        } catch (const std::runtime_error& error) {
+            EXPECT_STREQ(error.what(), c.message);
+        }
+        const auto& sent = fresh.http.Last();
+        const std::vector<os::HInternet> opened{sent.request, sent.connection, sent.session};
+        EXPECT_EQ(fresh.http.closed,
+                  std::vector<os::HInternet>(opened.end() - c.closedHandles, opened.end()))
+            << c.message;
+        EXPECT_EQ(fresh.http.OpenHandles(), 0u) << c.message;
+        EXPECT_TRUE(fresh.http.misuse.empty()) << c.message;
+        EXPECT_TRUE(sent.queries.empty()) << c.message;
+        EXPECT_TRUE(sent.readSizes.empty()) << c.message;
+        EXPECT_EQ(service.GetResult(), L"") << c.message;
+    }
+}
+
+TEST_F(WebServiceTest, AFailedSendLogsTheSystemErrorCode) {
+    machine.http.failAt = Step::kSendRequest;
+    machine.http.failError = 12007;
+    WebService service = Get();
+    EXPECT_THROW(service.Call(), std::runtime_error);
+    EXPECT_NE(LineWith(L"ERR   | . Can't send Internet request. Error: 12007"), L"");
+    EXPECT_EQ(LineWith(L"Successfully sent data."), L"");
+}
+
+TEST_F(WebServiceTest, AConnectionClosedMidBodyKeepsWhatWasRead) {
+    machine.http.response.body = Pattern(4500);
+    machine.http.failReadAfter = 1;
+    WebService service = Get();
+    EXPECT_TRUE(service.Call());
+    EXPECT_EQ(Sent().readSizes, (std::vector<std::uint32_t>{2000, 2000}));
+    EXPECT_EQ(service.GetResult().size(), 2000u);
+    EXPECT_EQ(service.GetResult().substr(0, 3), L"abc");
+    EXPECT_EQ(service.GetBytesReceived(), 4000u);
+    ExpectAllClosedInOrder();
+}
+
+TEST_F(WebServiceTest, TheResponseIsDecodedUpToItsFirstNulByte) {
+    machine.http.response.body = "ok \xE2\x82\xAC \xC3( \xFF|\0after"s;
+    WebService service = Get();
+    EXPECT_TRUE(service.Call());
+    EXPECT_EQ(service.GetResult(), L"ok \u20ac \uFFFD( \uFFFD|");
+    EXPECT_EQ(service.GetBytesReceived(), 20u);
+}
+
+TEST_F(WebServiceTest, BytesReceivedCountsWideCharacters) {
+    machine.http.response.body = "\xF0\x9F\x98\x80";
+    WebService service = Get();
+    service.Call();
+    EXPECT_EQ(service.GetResult(), L"\U0001F600");
+    // A character beyond the first plane takes two UTF-16 units where wchar_t has 16 bits.
+    EXPECT_EQ(service.GetBytesReceived(), 2u * (sizeof(wchar_t) == 2 ? 2u : 1u));
+}
+
+TEST_F(WebServiceTest, ElapsedCoversTheSendButNotTheBody) {
+    machine.clock.performanceCounter = 1'000'000;
+    machine.http.onSend = [this] { machine.clock.performanceCounter += 2'500'000; };
+    machine.http.onRead = [this] { machine.clock.performanceCounter += 10'000'000; };
+    machine.http.response.body = "x";
+    WebService service = Post(L"x", L"text/xml");
+    service.Call();
+    EXPECT_EQ(service.GetElapsed(), 250);
+}
+
+TEST_F(WebServiceTest, TheCallIsTracedWithItsHeaderAndResult) {
+    machine.http.response.body = "answer";
+    WebService service = Post(L"abc", L"text/xml");
+    service.Call();
+    const std::vector<std::wstring> expected = {
+        L"Entering: rigel::WebService::Call",
+        L"Header:  = Content-Type: text/xml; charset=utf-8\r",
+        L"Content-Length: 3",
+        L"Result: answer",
+        L"Successfully sent data.",
+        L"Exiting: rigel::WebService::Call",
+    };
+    EXPECT_EQ(machine.LogMessages(), expected);
+    EXPECT_NE(LineWith(L"DUMP  | . Header:  = Content-Type: text/xml; charset=utf-8\r"), L"");
+    EXPECT_NE(LineWith(L"TRACE | . Result: answer"), L"");
+}
+
+TEST_F(WebServiceTest, AtTheTraceLevelTheHeaderIsNotDumped) {
+    Log::Instance().SetLevel(Log::kTrace);
+    WebService service = Post(L"abc", L"text/xml");
+    service.Call();
+    const std::vector<std::wstring> expected = {L"Result: ", L"Successfully sent data."};
+    EXPECT_EQ(machine.LogMessages(), expected);
+}
+
+TEST_F(WebServiceTest, ASecondCallReplacesTheResult) {
+    WebService service = Get();
+    machine.http.response.body = "first answer";
+    service.Call();
+    machine.http.response.body = "second";
+    service.Call();
+    EXPECT_EQ(service.GetResult(), L"second");
+    EXPECT_EQ(service.GetBytesReceived(), 12u);
+    EXPECT_EQ(machine.http.exchanges.size(), 2u);
+    EXPECT_EQ(machine.http.OpenHandles(), 0u);
+}
+
+}  // namespace
+}  // namespace rigel

@@ -1,0 +1,139 @@
+#include <gtest/gtest.h>
+
+#include <optional>
+#include <string>
+
+#include "core/system.h"
+#include "core/system_value.h"
+#include "diag/log.h"
+#include "service/web_service_analysis.h"
+#include "service/web_service_groups.h"
+#include "service/web_service_system_information.h"
+#include "service/web_service_upload.h"
+#include "support/fake_machine.h"
+
+namespace rigel {
+namespace {
+
+class WebServiceKindsTest : public ::testing::Test {
+  protected:
+    WebServiceKindsTest() {
+        session().SetSessionID(L"s1");
+        session().SetUserID(L"u1");
+        session().SetReferrerID(L"r1");
+    }
+
+    static System& session() { return System::Instance(); }
+    const os::FakeHttp::Exchange& Sent() const { return machine.http.Last(); }
+
+    static std::wstring Headers(const std::wstring& contentType, std::size_t length) {
+        return L"Content-Type: " + contentType + L"; charset=utf-8\r\nContent-Length: " +
+               std::to_wstring(length);
+    }
+
+    test::FakeMachine machine;
+};
+
+TEST_F(WebServiceKindsTest, AnalysisPostsTheFilledTemplateForTheReferrer) {
+    WebServiceAnalysis analysis;
+    analysis.SetItemID(L"i9");
+    analysis.SetMessageFormat(L"xml");
+    analysis.SetFormatVersion(L"2");
+    EXPECT_TRUE(analysis.Call());
+
+    const std::string body =
+        "<System><SessionID>s1</SessionID><ItemID>i9</ItemID><UserID>u1</UserID>"
+        "<Format>xml</Format><Schema>2</Schema></System>";
+    EXPECT_EQ(Sent().verb, L"POST");
+    EXPECT_EQ(Sent().objectName, L"/service/Analysis/r1");
+    EXPECT_EQ(Sent().headers,
+              std::optional<std::wstring>(Headers(L"application/xml", body.size())));
+    EXPECT_EQ(Sent().body, std::optional<std::string>(body));
+}
+
+TEST_F(WebServiceKindsTest, AnalysisPlaceholdersAreReplacedOnceAndUnescaped) {
+    // The user ID brings a second "^item_id" after the template's own; only the first is filled.
+    session().SetUserID(L"^item_id");
+    session().SetSessionID(L"a&b<c>");
+    WebServiceAnalysis analysis;
+    analysis.SetItemID(L"7");
+    analysis.Call();
+    EXPECT_EQ(Sent().body,
+              std::optional<std::string>("<System><SessionID>a&b<c></SessionID><ItemID>7</ItemID>"
+                                         "<UserID>^item_id</UserID><Format>^message_format</Format>"
+                                         "<Schema>^format_version</Schema></System>"));
+}
+
+TEST_F(WebServiceKindsTest, AnalysisReadsTheSessionWhenMade) {
+    WebServiceAnalysis analysis;
+    session().SetReferrerID(L"later");
+    analysis.Call();
+    EXPECT_EQ(Sent().objectName, L"/service/Analysis/r1");
+}
+
+TEST_F(WebServiceKindsTest, GroupsIsAGetWithTheReferrerAndKeyUnencoded) {
+    WebServiceGroups groups(L"r 1&x");
+    machine.http.response.body = "head\n1|2\n";
+    EXPECT_TRUE(groups.Call());
+    EXPECT_EQ(Sent().verb, L"GET");
+    EXPECT_EQ(Sent().objectName,
+              L"/Data/Service.svc/Group/list?refid=r 1&x"
+              L"&apikey=5B3D0A47-1E2C-4F88-9A61-C07D2E94B3F5");
+    EXPECT_EQ(Sent().headers, std::nullopt);
+    EXPECT_EQ(Sent().body, std::nullopt);
+    EXPECT_EQ(groups.GetBytesSent(), 0u);
+    EXPECT_EQ(groups.GetResult(), L"head\n1|2\n");
+}
+
+TEST_F(WebServiceKindsTest, SystemInformationOfAnEmptyStoreIsTheEscapedEmptyReport) {
+    WebServiceSystemInformation upload;
+    EXPECT_TRUE(upload.Call());
+    const std::string body =
+        "<SystemInformation><Data>&lt;groups&gt;&lt;/groups&gt;  </Data></SystemInformation>";
+    EXPECT_EQ(Sent().verb, L"POST");
+    EXPECT_EQ(Sent().objectName, L"/SystemInformation/?refid=r1&sessid=s1");
+    EXPECT_EQ(Sent().headers, std::optional<std::wstring>(Headers(L"text/xml", body.size())));
+    EXPECT_EQ(Sent().body, std::optional<std::string>(body));
+}
+
+TEST_F(WebServiceKindsTest, SystemInformationEscapesTheWholeReportOnceMore) {
+    // A group text is written into the report as it is, so a&b<c> reaches the upload raw; the
+    // value text arrives already escaped by the report and is escaped again.
+    session().GetSystemValues().AddValue(
+        SystemValue(SystemValueID(GroupID(std::wstring(L"9a&b<c>")), 0), L"1 & \"2\""));
+    WebServiceSystemInformation upload;
+    upload.Call();
+    EXPECT_EQ(Sent().body,
+              std::optional<std::string>(
+                  "<SystemInformation><Data>&lt;groups&gt;&lt;group index=\"0\" "
+                  "id=\"9a&amp;b&lt;c&gt;\"&gt;&lt;value&gt;1 &amp;amp; \"2\"&lt;/value&gt;"
+                  "&lt;/group&gt;&lt;/groups&gt;  </Data></SystemInformation>"));
+}
+
+TEST_F(WebServiceKindsTest, SystemInformationCarriesNonAsciiValuesAsUtf8) {
+    session().GetSystemValues().AddValue(71424, L"Gr\u00fc\u00dfe");
+    WebServiceSystemInformation upload;
+    upload.Call();
+    const std::string body =
+        "<SystemInformation><Data>&lt;groups&gt;&lt;group index=\"0\" id=\"71424\"&gt;"
+        "&lt;value&gt;Gr\xC3\xBC\xC3\x9F"
+        "e&lt;/value&gt;&lt;/group&gt;&lt;/groups&gt;  "
+        "</Data></SystemInformation>";
+    EXPECT_EQ(Sent().body, std::optional<std::string>(body));
+    EXPECT_EQ(Sent().headers, std::optional<std::wstring>(Headers(L"text/xml", body.size())));
+}
+
+TEST_F(WebServiceKindsTest, UploadPostsTheCallersTextUnchanged) {
+    WebServiceUpload upload(L"<data>\u00e9 ^sys_info &</data>");
+    EXPECT_TRUE(upload.Call());
+    const std::string body = "<data>\xC3\xA9 ^sys_info &</data>";
+    EXPECT_EQ(Sent().verb, L"POST");
+    EXPECT_EQ(Sent().objectName,
+              L"/Data/Service.svc/upload?apikey=5B3D0A47-1E2C-4F88-9A61-C07D2E94B3F5");
+    EXPECT_EQ(Sent().headers, std::optional<std::wstring>(Headers(L"application/xml", 27)));
+    EXPECT_EQ(Sent().body, std::optional<std::string>(body));
+    EXPECT_EQ(upload.GetBytesSent(), Headers(L"application/xml", 27).size() + 27u);
+}
+
+}  // namespace
+}  // namespace rigel
