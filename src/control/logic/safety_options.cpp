@@ -1,0 +1,11 @@
+#include "control/logic/safety_options.h"
+
+namespace rigel {
+
+bool SafetyOptions::Set(std::uint32_t mask, std::uint32_t enabled) {
+    if ((mask & ~kSupported) != 0) return false;
+    enabled_ = (enabled_ & ~mask) | (enabled & mask);
+    return true;
+}
+
+}  // namespace rigel
