@@ -3,8 +3,12 @@
 namespace rigel::os {
 
 class Clock;
+class Cpu;
 class DebugOutput;
 class Http;
+class Registry;
+class SystemInfo;
+class Wmi;
 
 // The OS services the portable code calls. Every pointer is set: the product gets the real
 // implementations, tests install fakes for their scope with ScopedServices.
@@ -12,6 +16,10 @@ struct Services {
     Clock* clock = nullptr;
     DebugOutput* debugOutput = nullptr;
     Http* http = nullptr;
+    Registry* registry = nullptr;
+    Wmi* wmi = nullptr;
+    Cpu* cpu = nullptr;
+    SystemInfo* systemInfo = nullptr;
 };
 
 // The services in effect.

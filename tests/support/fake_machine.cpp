@@ -2,6 +2,9 @@
 
 #include "core/components.h"
 #include "core/system.h"
+#include "detect/platform/cpuid.h"
+#include "detect/platform/registry.h"
+#include "detect/platform/wmi.h"
 #include "diag/log.h"
 #include "values/shared_text.h"
 
@@ -13,6 +16,10 @@ os::Services ServicesOf(FakeMachine& machine) {
     services.clock = &machine.clock;
     services.debugOutput = &machine.debugOutput;
     services.http = &machine.http;
+    services.registry = &machine.registry;
+    services.wmi = &machine.wmi;
+    services.cpu = &machine.cpu;
+    services.systemInfo = &machine.systemInfo;
     return services;
 }
 
@@ -21,6 +28,9 @@ os::Services ServicesOf(FakeMachine& machine) {
 void FreshProcessState() {
     System::DestroyInstanceForTesting();
     Components::ResetProcessStateForTesting();
+    WMI::DestroyInstanceForTesting();
+    CPUID::DestroyInstanceForTesting();
+    Registry::DestroyInstanceForTesting();
     Log::DestroyInstanceForTesting();
     SharedText::ClearAll();
 }

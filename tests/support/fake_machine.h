@@ -4,8 +4,12 @@
 #include <vector>
 
 #include "os/fake/fake_clock.h"
+#include "os/fake/fake_cpu.h"
 #include "os/fake/fake_debug_output.h"
 #include "os/fake/fake_http.h"
+#include "os/fake/fake_registry.h"
+#include "os/fake/fake_system_info.h"
+#include "os/fake/fake_wmi.h"
 #include "os/scoped_services.h"
 
 namespace rigel::test {
@@ -24,6 +28,10 @@ class FakeMachine {
     os::FakeClock clock;
     os::FakeDebugOutput debugOutput;
     os::FakeHttp http;
+    os::FakeRegistry registry;
+    os::FakeWmi wmi;
+    os::FakeCpu cpu;
+    os::FakeSystemInfo systemInfo;
 
     // Every log line written so far, without its line feed.
     std::vector<std::wstring> LogLines() const;

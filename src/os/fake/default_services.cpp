@@ -3,7 +3,11 @@
 // Tests install their own fakes.
 #include "os/debug_output.h"
 #include "os/fake/fake_clock.h"
+#include "os/fake/fake_cpu.h"
 #include "os/fake/fake_http.h"
+#include "os/fake/fake_registry.h"
+#include "os/fake/fake_system_info.h"
+#include "os/fake/fake_wmi.h"
 #include "os/services.h"
 
 namespace rigel::os {
@@ -20,7 +24,19 @@ Services DefaultServices() {
     static FakeClock clock;
     static DiscardingDebugOutput debugOutput;
     static FakeHttp http;
-    return Services{&clock, &debugOutput, &http};
+    Services services{&clock, &debugOutput, &http};
+    // An empty registry and WMI, a processor that answers zeros, and a counter that moves a
+    // whole second per reading so that the clock measurement does not spin.
+    static FakeRegistry registry;
+    static FakeWmi wmi;
+    static FakeCpu cpu;
+    static FakeSystemInfo systemInfo;
+    clock.performanceCounterStep = clock.performanceFrequency;
+    services.registry = &registry;
+    services.wmi = &wmi;
+    services.cpu = &cpu;
+    services.systemInfo = &systemInfo;
+    return services;
 }
 
 }  // namespace rigel::os

@@ -1,7 +1,11 @@
 #include "os/services.h"
 #include "os/win32/win32_clock.h"
+#include "os/win32/win32_cpu.h"
 #include "os/win32/win32_debug_output.h"
 #include "os/win32/win32_http.h"
+#include "os/win32/win32_registry.h"
+#include "os/win32/win32_system_info.h"
+#include "os/win32/win32_wmi.h"
 
 namespace rigel::os {
 
@@ -9,7 +13,16 @@ Services DefaultServices() {
     static Win32Clock clock;
     static Win32DebugOutput debugOutput;
     static Win32Http http;
-    return Services{&clock, &debugOutput, &http};
+    Services services{&clock, &debugOutput, &http};
+    static Win32Registry registry;
+    static Win32Wmi wmi;
+    static Win32Cpu cpu;
+    static Win32SystemInfo systemInfo;
+    services.registry = &registry;
+    services.wmi = &wmi;
+    services.cpu = &cpu;
+    services.systemInfo = &systemInfo;
+    return services;
 }
 
 }  // namespace rigel::os

@@ -1,0 +1,102 @@
+#include "os/win32/win32_system_info.h"
+
+#include <windows.h>
+
+#include <objbase.h>
+#include <powrprof.h>
+
+namespace rigel::os {
+namespace {
+
+ProcessorSystemInfo FromWin32(const SYSTEM_INFO& info) {
+    return ProcessorSystemInfo{info.wProcessorArchitecture, info.dwNumberOfProcessors};
+}
+
+}  // namespace
+
+bool Win32SystemInfo::GetVersion(OsVersion& version) {
+    OSVERSIONINFOEXW info{};
+    info.dwOSVersionInfoSize = sizeof(info);
+    if (!GetVersionExW(reinterpret_cast<OSVERSIONINFOW*>(&info))) return false;
+    version.major = info.dwMajorVersion;
+    version.minor = info.dwMinorVersion;
+    version.build = info.dwBuildNumber;
+    version.platformId = info.dwPlatformId;
+    version.servicePack = info.szCSDVersion;
+    version.servicePackMajor = info.wServicePackMajor;
+    version.servicePackMinor = info.wServicePackMinor;
+    version.suiteMask = info.wSuiteMask;
+    version.productType = info.wProductType;
+    return true;
+}
+
+ProcessorSystemInfo Win32SystemInfo::GetSystemInfo() {
+    SYSTEM_INFO info{};
+    ::GetSystemInfo(&info);
+    return FromWin32(info);
+}
+
+ProcessorSystemInfo Win32SystemInfo::GetNativeSystemInfo() {
+    SYSTEM_INFO info{};
+    ::GetNativeSystemInfo(&info);
+    return FromWin32(info);
+}
+
+bool Win32SystemInfo::GetProductInfo(std::uint32_t major, std::uint32_t minor,
+                                     std::uint32_t servicePackMajor, std::uint32_t servicePackMinor,
+                                     std::uint32_t& productType) {
+    DWORD type = 0;
+    const BOOL result = ::GetProductInfo(major, minor, servicePackMajor, servicePackMinor, &type);
+    productType = type;
+    return result != FALSE;
+}
+
+int Win32SystemInfo::GetSystemMetrics(int index) { return ::GetSystemMetrics(index); }
+
+bool Win32SystemInfo::IsWow64Process(bool& wow64) {
+    BOOL result = FALSE;
+    if (!::IsWow64Process(GetCurrentProcess(), &result)) return false;
+    wow64 = result != FALSE;
+    return true;
+}
+
+std::uint32_t Win32SystemInfo::GetUserDefaultLcid() { return GetUserDefaultLCID(); }
+
+bool Win32SystemInfo::GlobalMemoryStatusEx(MemoryStatus& status) {
+    MEMORYSTATUSEX memory{};
+    memory.dwLength = sizeof(memory);
+    if (!::GlobalMemoryStatusEx(&memory)) return false;
+    status = MemoryStatus{memory.dwMemoryLoad,     memory.ullTotalPhys,     memory.ullAvailPhys,
+                          memory.ullTotalPageFile, memory.ullAvailPageFile, memory.ullTotalVirtual,
+                          memory.ullAvailVirtual};
+    return true;
+}
+
+void Win32SystemInfo::GlobalMemoryStatus(MemoryStatus& status) {
+    MEMORYSTATUS memory{};
+    memory.dwLength = sizeof(memory);
+    ::GlobalMemoryStatus(&memory);
+    status = MemoryStatus{memory.dwMemoryLoad,    memory.dwTotalPhys,     memory.dwAvailPhys,
+                          memory.dwTotalPageFile, memory.dwAvailPageFile, memory.dwTotalVirtual,
+                          memory.dwAvailVirtual};
+}
+
+bool Win32SystemInfo::GetPowerCapabilities(PowerCapabilities& capabilities) {
+    SYSTEM_POWER_CAPABILITIES power{};
+    if (!GetPwrCapabilities(&power)) return false;
+    capabilities.systemBatteriesPresent = power.SystemBatteriesPresent != FALSE;
+    capabilities.batteriesAreShortTerm = power.BatteriesAreShortTerm != FALSE;
+    return true;
+}
+
+std::int32_t Win32SystemInfo::CreateGuidText(std::wstring& text) {
+    GUID guid{};
+    const HRESULT status = CoCreateGuid(&guid);
+    if (FAILED(status)) return status;
+    wchar_t buffer[64] = {};
+    const int length = StringFromGUID2(guid, buffer, 64);
+    text.assign(buffer, length > 0 ? static_cast<std::size_t>(length - 1) : 0);
+    return status;
+}
+
+}  // namespace rigel::os

@@ -1,0 +1,23 @@
+#pragma once
+
+#include "os/system_info.h"
+
+namespace rigel::os {
+
+class Win32SystemInfo : public SystemInfo {
+  public:
+    bool GetVersion(OsVersion& version) override;
+    ProcessorSystemInfo GetSystemInfo() override;
+    ProcessorSystemInfo GetNativeSystemInfo() override;
+    bool GetProductInfo(std::uint32_t major, std::uint32_t minor, std::uint32_t servicePackMajor,
+                        std::uint32_t servicePackMinor, std::uint32_t& productType) override;
+    int GetSystemMetrics(int index) override;
+    bool IsWow64Process(bool& wow64) override;
+    std::uint32_t GetUserDefaultLcid() override;
+    bool GlobalMemoryStatusEx(MemoryStatus& status) override;
+    void GlobalMemoryStatus(MemoryStatus& status) override;
+    bool GetPowerCapabilities(PowerCapabilities& capabilities) override;
+    std::int32_t CreateGuidText(std::wstring& text) override;
+};
+
+}  // namespace rigel::os
