@@ -1,0 +1,723 @@
+#!/usr/bin/env python3
+"""End-to-end tests of the detection control under Wine.
+
+The control DLL is registered with regsvr32 in a throwaway Wine prefix, the scenario scripts in
+scenarios/ drive it through Wine's cscript (a real automation client) under debug_capture, which
+records the control's debugger output, and the reference data service records every request.
+The tests compare what each script read, what the control logged and what the service got.
+
+    run_e2e.py --dll RigelDetection.dll --capture debug_capture.exe --results DIR
+               [--port 18080] [--work DIR] [--prefix DIR] [--fixture-service DIR]
+
+--port must be the data service port compiled into the DLL. --fixture-service names the folder
+of a data service already running on that port (the ctest fixture's): it is stopped for the run
+and started again afterwards. The results are also written to DIR/e2e_tests.xml in the
+GoogleTest format. Standard library only.
+"""
+
+import argparse
+import array
+import base64
+import json
+import os
+import re
+import subprocess
+import sys
+import tempfile
+import time
+import unittest
+import urllib.request
+from xml.sax.saxutils import quoteattr
+
+SOURCE = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
+SCENARIOS = os.path.join(SOURCE, "tests", "e2e", "scenarios")
+WINE = "/usr/lib/wine/wine64"
+
+API_KEY = "5B3D0A47-1E2C-4F88-9A61-C07D2E94B3F5"
+CLSID = "{3234EB1E-733E-4E6A-A8AB-EBB6287E5A7E}"
+LIBID = "{BFA93D95-8544-4914-9BDD-4A26817125F1}"
+IID_SYSINFO = "{092C26A6-C957-4A3C-BB9D-CAF2DDA29142}"
+PROGID = "RigelDetection_Test64.SysInfo.1"
+VERSION_INDEPENDENT_PROGID = "RigelDetection_Test64.SysInfo"
+
+REFERRER = "e2e"
+# What the service tells the control to report for the referrer; 71218 (the referrer itself) is
+# left out on purpose.
+GROUPS = {REFERRER: [71424, 71206, 71069], "*": [1]}
+
+# The configuration text that session.js and session.vbs pass to Configure.
+CONFIGURATION = (
+    "<user_id>u9</user_id><referrer_id>e2e</referrer_id>"
+    "<groups>"
+    '<group index="0" id="71069"><value>  a  &  b </value></group>'
+    '<group index="1" id="71069"><value>second</value></group>'
+    '<group index="0" id="71500"><value>not enabled</value></group>'
+    '<group index="0" id="71207"><value>cfg-computer</value></group>'
+    '<group index="0" id="71465"><value>No</value></group>'
+    '<group index="0" id="71466"><value>Yes</value></group>'
+    "</groups>")
+
+SESSION_ID_PATTERN = re.compile(
+    r"[0-9a-f]{8}-[0-9a-f]{4}-4[0-9a-f]{3}-[89ab][0-9a-f]{3}-[0-9a-f]{12}")
+
+CANNOT_SEND = "Can't send Internet request. Error: 12029"  # nothing listens on the port
+CAUGHT = "Caught exception."
+CAUGHT_SEND = "Caught exception: Can't send Internet request."
+
+SCENARIO_TIMEOUT = 60
+COMMAND_TIMEOUT = 120
+HTTP_TIMEOUT = 5
+
+
+def expected_report(session):
+    """The report of the session scenarios: the configured values whose group the referrer
+    enabled or that are always reported, cleaned, then the session identifiers the referrer
+    enabled, all in the order they entered the store."""
+    return ('<groups><group index="0" id="71069"><value>a &amp; b</value></group>'
+            '<group index="1" id="71069"><value>second</value></group>'
+            '<group index="0" id="71207"><value>cfg-computer</value></group>'
+            '<group index="0" id="71465"><value>No</value></group>'
+            '<group index="0" id="71466"><value>Yes</value></group>'
+            '<group index="0" id="71424"><value>%s</value></group>'
+            '<group index="0" id="71206"><value>u9</value></group></groups>  ' % session)
+
+
+def escaped_for_upload(report):
+    return report.replace("&", "&amp;").replace("<", "&lt;").replace(">", "&gt;")
+
+
+# ---------------------------------------------------------------------------------------------
+# Outputs of a scenario run
+
+def parse_results(path):
+    """Reads a scenario's results file: UTF-16 with a byte-order mark, one record per result:
+    name, tab, length in UTF-16 units, tab, text, line feed."""
+    with open(path, "rb") as handle:
+        data = handle.read()
+    if data.startswith(b"\xff\xfe"):
+        data = data[2:]
+    units = array.array("H")
+    units.frombytes(data)
+    if sys.byteorder != "little":
+        units.byteswap()
+
+    def text(start, end):
+        return units[start:end].tobytes().decode("utf-16-le", "surrogatepass")
+
+    results = {}
+    pos = 0
+    tab = ord("\t")
+    while pos < len(units):
+        name_end = units.index(tab, pos)
+        length_end = units.index(tab, name_end + 1)
+        name = text(pos, name_end)
+        length = int(text(name_end + 1, length_end))
+        value_start = length_end + 1
+        results[name] = text(value_start, value_start + length)
+        if text(value_start + length, value_start + length + 1) != "\n":
+            raise ValueError("malformed record %r in %s" % (name, path))
+        pos = value_start + length + 1
+    return results
+
+
+# A log line's prefix: wall-clock time, seconds since the first line (at least six characters),
+# the level name in five characters, a bar, and one ". " per trace depth.
+LOG_PREFIX = re.compile(
+    r"(\d\d:\d\d:\d\d)  ([0-9.]{6,})  (ERR  |WARN |TRACE|MARK |DUMP ) \| ((?:\. )*)")
+
+
+class LogEntry:
+    def __init__(self, elapsed, level, depth, message):
+        self.elapsed = elapsed
+        self.level = level
+        self.depth = depth
+        self.message = message
+
+    def key(self):
+        return (self.level, self.depth, self.message)
+
+    def __repr__(self):
+        return "%s %d %r" % self.key()
+
+
+def parse_log(text):
+    """Splits the captured debugger output into entries. Each output string is one line ending in
+    a line feed; a message that itself holds line feeds continues on the following lines."""
+    entries = []
+    lines = text.split("\n")
+    if lines and lines[-1] == "":
+        lines.pop()
+    for line in lines:
+        match = LOG_PREFIX.match(line)
+        if match:
+            entries.append(LogEntry(match.group(2), match.group(3).strip(),
+                                    len(match.group(4)) // 2, line[match.end():]))
+        elif entries:
+            entries[-1].message += "\n" + line
+        else:
+            raise ValueError("log does not start with a prefixed line: %r" % line)
+    return entries
+
+
+class ScenarioRun:
+    def __init__(self, name, exit_code, results, log, output):
+        self.name = name
+        self.exit_code = exit_code
+        self.results = results
+        self.log = log
+        self.output = output
+
+    def describe(self):
+        return "%s exit %s, results %r, output %r" % (self.name, self.exit_code, self.results,
+                                                      self.output)
+
+
+# ---------------------------------------------------------------------------------------------
+# The environment: a Wine prefix, the data service and the registered DLL
+
+class Environment:
+    def __init__(self, options):
+        self.dll = os.path.abspath(options.dll)
+        self.capture = os.path.abspath(options.capture)
+        self.port = options.port
+        self.work = os.path.abspath(options.work)
+        self.prefix = os.path.abspath(options.prefix or os.path.join(self.work, "prefix"))
+        self.fixture_service = options.fixture_service
+        self.service_dir = os.path.join(self.work, "service")
+        self.groups_file = os.path.join(self.work, "groups.json")
+        self.registered = False
+        self.timings = []
+
+    @staticmethod
+    def windows_path(path):
+        return "Z:" + os.path.abspath(path).replace("/", "\\")
+
+    def wine_environment(self):
+        env = dict(os.environ)
+        env.update({"WINEPREFIX": self.prefix, "WINEDEBUG": "-all",
+                    "WINEDLLOVERRIDES": "mscoree,mshtml=;winealsa.drv=d"})
+        return env
+
+    def wine(self, *args, timeout=COMMAND_TIMEOUT):
+        """Runs a Wine program; returns its exit code and its output (stdout and stderr).
+
+        The output goes through a file, never a pipe: Wine's desktop and RPC processes, started
+        on demand, inherit the handles and would hold a pipe open until they idle out. Kept
+        running between the steps, they also spare each step their ten-second start."""
+        with tempfile.TemporaryFile(dir=self.work) as output:
+            done = subprocess.run([WINE] + list(args), env=self.wine_environment(),
+                                  stdin=subprocess.DEVNULL, stdout=output,
+                                  stderr=subprocess.STDOUT, timeout=timeout)
+            output.seek(0)
+            return done.returncode, output.read()
+
+    @staticmethod
+    def script(name, *args):
+        done = subprocess.run([os.path.join(SOURCE, "scripts", name)] + list(args),
+                              stdin=subprocess.DEVNULL, capture_output=True,
+                              timeout=COMMAND_TIMEOUT)
+        if done.returncode != 0:
+            raise RuntimeError("scripts/%s %s failed with %d: %s" % (
+                name, " ".join(args), done.returncode, done.stderr.decode("utf-8", "replace")))
+
+    # -- set-up and tear-down ------------------------------------------------------------------
+
+    def set_up(self):
+        os.makedirs(self.work, exist_ok=True)
+        with open(self.groups_file, "w", encoding="utf-8") as handle:
+            json.dump(GROUPS, handle)
+        # Clean-ups run in the reverse order, also after a failed set-up.
+        start = time.monotonic()
+        self.script("wine-prefix", "start", self.prefix)
+        self.timings.append(("Wine prefix start", (time.monotonic() - start) * 1000))
+        unittest.addModuleCleanup(self.script, "wine-prefix", "stop", self.prefix)
+        self.take_port()
+        self.script("data-service", "start", str(self.port), self.service_dir,
+                    "--groups", self.groups_file)
+        unittest.addModuleCleanup(self.stop_service)
+        self.register()
+
+    def take_port(self):
+        """Stops the service already on the port, if a folder was named for it, until the end."""
+        if self.fixture_service and os.path.exists(os.path.join(self.fixture_service,
+                                                                "service.pid")):
+            self.script("data-service", "stop", str(self.port), self.fixture_service)
+            unittest.addModuleCleanup(self.script, "data-service", "restart", str(self.port),
+                                      self.fixture_service)
+
+    def stop_service(self):
+        self.script("data-service", "stop", str(self.port), self.service_dir)
+
+    def register(self):
+        start = time.monotonic()
+        code, output = self.wine("regsvr32", "/s", self.windows_path(self.dll))
+        self.timings.append(("regsvr32", (time.monotonic() - start) * 1000))
+        if code != 0:
+            raise RuntimeError("regsvr32 failed with %d: %r" % (code, output))
+        self.registered = True
+        unittest.addModuleCleanup(self.unregister)
+
+    def unregister(self):
+        if self.registered:
+            self.registered = False
+            return self.wine("regsvr32", "/u", "/s", self.windows_path(self.dll))[0]
+        return 0
+
+    # -- the data service ----------------------------------------------------------------------
+
+    def http(self, method, path, body=None):
+        request = urllib.request.Request("http://127.0.0.1:%d%s" % (self.port, path),
+                                         data=body, method=method)
+        with urllib.request.urlopen(request, timeout=HTTP_TIMEOUT) as response:
+            return response.read()
+
+    def reset(self):
+        self.http("POST", "/_admin/reset", b"")
+
+    def journal(self):
+        return json.loads(self.http("GET", "/_admin/requests"))
+
+    def uploads(self):
+        return json.loads(self.http("GET", "/_admin/uploads"))["uploads"]
+
+    # -- scenarios -----------------------------------------------------------------------------
+
+    def run_scenario(self, script, *args):
+        stem = script.replace(".", "_")
+        results_file = os.path.join(self.work, stem + ".results")
+        log_file = os.path.join(self.work, stem + ".log")
+        for path in (results_file, log_file):
+            if os.path.exists(path):
+                os.remove(path)
+        start = time.monotonic()
+        code, output = self.wine(self.windows_path(self.capture),
+                         "--timeout=%d" % SCENARIO_TIMEOUT, self.windows_path(log_file),
+                         "cscript", "//nologo", self.windows_path(os.path.join(SCENARIOS, script)),
+                         self.windows_path(results_file), *args, timeout=SCENARIO_TIMEOUT + 10)
+        self.timings.append(("%s (whole run)" % script, (time.monotonic() - start) * 1000))
+        results = parse_results(results_file) if os.path.exists(results_file) else {}
+        # The messages' own line ends stay as they are.
+        with open(log_file, encoding="utf-8", newline="") as handle:
+            log = parse_log(handle.read())
+        for name, value in results.items():
+            if name.startswith("ms."):
+                self.timings.append(("%s %s" % (script, name[3:]), float(value)))
+        return ScenarioRun(script, code, results, log, output.decode("cp437", "replace"))
+
+
+ENV = None
+
+
+def setUpModule():
+    ENV.set_up()
+
+
+# ---------------------------------------------------------------------------------------------
+# Helpers for the assertions
+
+def messages(log, level=None):
+    return [entry.message for entry in log if level is None or entry.level == level]
+
+
+def assert_subsequence(test, log, expected):
+    """Each expected (level, depth, message) occurs in the log, in this order."""
+    keys = [entry.key() for entry in log]
+    pos = 0
+    for item in expected:
+        if item not in keys[pos:]:
+            test.fail("log line %r not found after position %d in:\n%s"
+                      % (item, pos, "\n".join(map(repr, keys))))
+        pos = keys.index(item, pos) + 1
+
+
+def key_exists(key):
+    return ENV.wine("reg", "query", key)[0] == 0
+
+
+MISSING = " (missing)"
+DLL_VALUES = ["HKCR\\CLSID\\%s\\InprocServer32\\" % CLSID,
+              "HKCR\\TypeLib\\%s\\1.0\\409\\win64\\" % LIBID]
+# Registry values that registration writes (a trailing backslash: the key's default value).
+REGISTERED = {
+    "HKCR\\%s\\CLSID\\" % VERSION_INDEPENDENT_PROGID: CLSID,
+    "HKCR\\%s\\CurVer\\" % VERSION_INDEPENDENT_PROGID: PROGID,
+    "HKCR\\%s\\CLSID\\" % PROGID: CLSID,
+    "HKCR\\CLSID\\%s\\" % CLSID: "SysInfo Class",
+    "HKCR\\CLSID\\%s\\InprocServer32\\ThreadingModel" % CLSID: "Apartment",
+    "HKCR\\CLSID\\%s\\TypeLib\\" % CLSID: LIBID,
+    "HKCR\\Interface\\%s\\" % IID_SYSINFO: "ISysInfo",
+}
+
+
+def read_registry(test):
+    """Reads every registered value in one script run; missing values are named with MISSING."""
+    run = ENV.run_scenario("registry.js", *(list(REGISTERED) + DLL_VALUES))
+    test.assertEqual(run.exit_code, 0, run.describe())
+    return run.results
+
+
+# ---------------------------------------------------------------------------------------------
+# The tests, in the order they run
+
+class Registration(unittest.TestCase):
+    def test_regsvr32_writes_the_class_its_names_and_the_type_library(self):
+        values = read_registry(self)
+        dll = ENV.windows_path(ENV.dll).lower()
+        self.assertEqual({path: values.get(path) for path in REGISTERED}, REGISTERED)
+        # The module's own path as Windows reports it: compared without regard to case.
+        self.assertEqual([values.get(path, "").lower() for path in DLL_VALUES], [dll, dll])
+
+
+class Basics(unittest.TestCase):
+    """Members that need no detection, in one script run."""
+
+    @classmethod
+    def setUpClass(cls):
+        ENV.reset()
+        cls.scenario = ENV.run_scenario("basics.js")
+        cls.results = cls.scenario.results
+        cls.journal = ENV.journal()
+
+    def test_script_ran_without_error(self):
+        self.assertEqual(self.scenario.exit_code, 0, self.scenario.describe())
+        self.assertNotIn("error", self.results)
+
+    def test_created_by_both_names_with_the_version(self):
+        self.assertEqual(self.results["version"], "4.5.22.0")
+        self.assertEqual(self.results["second.version"], "4.5.22.0")
+
+    def test_version_and_settings_reach_no_service(self):
+        self.assertEqual(self.journal, [])
+
+    def test_session_id_is_generated_and_kept_against_an_empty_text(self):
+        self.assertRegex(self.results["session.generated"], "^%s$" % SESSION_ID_PATTERN.pattern)
+        self.assertEqual(self.results["session.after_empty"], self.results["session.generated"])
+
+    def test_logging_reads_back_the_level_capped_at_seven(self):
+        self.assertEqual(self.results["logging.3"], "3")
+        self.assertEqual(self.results["logging.12"], "7")
+        self.assertEqual(self.results["logging.-1"], "-1")
+        self.assertEqual(self.results["logging.+5x"], "5")
+
+    def test_debug_reads_one_for_any_text_but_empty_and_zero(self):
+        self.assertEqual(self.results["debug.initial"], "0")
+        self.assertEqual(self.results["debug.00"], "1")
+        self.assertEqual(self.results["debug.0"], "0")
+        self.assertEqual(self.results["debug.empty"], "0")
+
+    def test_empty_texts_are_ignored_for_referrer_and_computer_but_not_user(self):
+        self.assertEqual(self.results["referrer"], "r-basics")
+        self.assertEqual(self.results["user"], "")
+        self.assertEqual(self.results["computer"], "c-basics")
+
+    def test_two_objects_share_one_session(self):
+        self.assertEqual(self.results["second.session"], self.results["session.generated"])
+        self.assertEqual(self.results["first.user"], "shared")
+
+    def test_log_holds_the_lines_enabled_at_their_time(self):
+        # Level 0 at the first put: nothing. At 3: the level line but no scope trace. At 7: the
+        # trace around "-1". At -1: nothing, not even the next put's level line. At 5 (from
+        # " +5x"): the referrer puts are traced.
+        self.assertEqual([entry.key() for entry in self.scenario.log], [
+            ("TRACE", 0, "Setting level to: 12"),
+            ("MARK", 0, "Entering: CSysInfo::put_Logging"),
+            ("TRACE", 1, "Setting level to: -1"),
+            ("MARK", 0, "Exiting: CSysInfo::put_Logging"),
+            ("MARK", 0, "Entering: CSysInfo::put_ReferrerID"),
+            ("MARK", 0, "Exiting: CSysInfo::put_ReferrerID"),
+            ("MARK", 0, "Entering: CSysInfo::put_ReferrerID"),
+            ("MARK", 0, "Exiting: CSysInfo::put_ReferrerID"),
+        ])
+        self.assertEqual(self.scenario.log[0].elapsed, "000000")
+
+
+class SessionScenario:
+    """A page's visit (session.js, session.vbs): the same assertions for both languages."""
+
+    script = None
+
+    @classmethod
+    def setUpClass(cls):
+        ENV.reset()
+        cls.scenario = ENV.run_scenario(cls.script)
+        cls.results = cls.scenario.results
+        cls.session = cls.results.get("session", "")
+        cls.journal = ENV.journal()
+        cls.uploads = ENV.uploads()
+
+    def test_script_ran_without_error(self):
+        self.assertEqual(self.scenario.exit_code, 0, self.scenario.describe())
+        self.assertNotIn("error", self.results)
+
+    def test_configuration_sets_the_identifiers(self):
+        self.assertRegex(self.session, "^%s$" % SESSION_ID_PATTERN.pattern)
+        self.assertEqual(self.results["referrer"], REFERRER)
+        self.assertEqual(self.results["user"], "u9")
+
+    def test_report_holds_the_referrers_groups_and_the_always_reported_values(self):
+        self.assertEqual(self.results["report1"], expected_report(self.session))
+
+    def test_reading_again_writing_or_filtering_gives_the_same_report(self):
+        self.assertEqual(self.results["report2"], self.results["report1"])
+        self.assertEqual(self.results["system"], self.results["report1"])
+        self.assertEqual(self.results["report.after_put"], self.results["report1"])
+
+    def test_computer_id_is_read_back_from_the_values(self):
+        self.assertEqual(self.results["computer"], "cfg-computer")
+
+    def test_reports_keep_the_logging_level_and_detect_raises_it(self):
+        self.assertEqual(self.results["logging.after_sysinfo"], "3")
+        self.assertEqual(self.results["logging.after_detect"], "7")
+
+    def test_values_are_the_stored_texts_by_leading_digits(self):
+        self.assertEqual(self.results["value.71206"], "u9")
+        self.assertEqual(self.results["value.71069#1"], "  a  &  b ")
+
+    def test_a_missing_value_is_left_unwritten_and_logged(self):
+        self.assertEqual(self.results["missing.type"].lower(), "string")
+        self.assertEqual(self.results["missing"], "")
+        errors = [entry.key() for entry in self.scenario.log if entry.level == "ERR"]
+        self.assertEqual(errors, [("ERR", 0, CAUGHT)])
+
+    def test_analysis_returns_the_services_answer(self):
+        self.assertEqual(
+            self.results["analysis"],
+            '<Analysis session="%s" item="71206" user="u9" format="f" schema="v">'
+            '<Values>7</Values><Item id="71206" count="1"><Value index="0">u9</Value></Item>'
+            '</Analysis>' % self.session)
+
+    def test_a_new_session_id_reports_and_uploads_again(self):
+        self.assertEqual(self.results["report3"], expected_report("e2e-second-session"))
+
+    def test_service_gets_groups_one_upload_per_session_and_the_analysis(self):
+        self.assertEqual([(r["method"], r["path"], r["status"]) for r in self.journal], [
+            ("GET", "/Data/Service.svc/Group/list?refid=e2e&apikey=" + API_KEY, 200),
+            ("POST", "/SystemInformation/?refid=e2e&sessid=" + self.session, 200),
+            ("POST", "/service/Analysis/e2e", 200),
+            ("POST", "/SystemInformation/?refid=e2e&sessid=e2e-second-session", 200),
+        ])
+
+    def test_upload_arrives_as_the_escaped_report_in_utf8(self):
+        upload = self.journal[1]
+        body = ("<SystemInformation><Data>%s</Data></SystemInformation>"
+                % escaped_for_upload(self.results["report1"])).encode("utf-8")
+        self.assertEqual(base64.b64decode(upload["body_b64"]), body)
+        head = base64.b64decode(upload["raw_head_b64"]).decode("ascii")
+        self.assertIn("\r\nContent-Type: text/xml; charset=utf-8\r\nContent-Length: %d\r\n"
+                      % len(body), head)
+        self.assertIn("\r\nUser-Agent: RIGEL\r\n", head)
+
+    def test_analysis_request_carries_session_user_and_arguments(self):
+        self.assertEqual(
+            self.journal[2]["body"],
+            "<System><SessionID>%s</SessionID><ItemID>71206</ItemID><UserID>u9</UserID>"
+            "<Format>f</Format><Schema>v</Schema></System>" % self.session)
+
+    def test_service_stored_the_reports_the_script_read(self):
+        self.assertEqual([(u["referrer"], u["session"], u["report"]) for u in self.uploads], [
+            (REFERRER, self.session, self.results["report1"]),
+            (REFERRER, "e2e-second-session", self.results["report3"]),
+        ])
+
+    def test_log_traces_configuration_detection_and_requests(self):
+        assert_subsequence(self, self.scenario.log, [
+            ("TRACE", 0, "config= " + CONFIGURATION),
+            ("TRACE", 0, "Adding value:   a  &  b  to 71069#0"),
+            ("TRACE", 0, "Adding value: not enabled to 71500#0"),
+            ("TRACE", 0, "Adding value: %s to 71424#0" % self.session),
+            ("TRACE", 0, "Adding value: e2e to 71218#0"),
+            ("TRACE", 0, "Adding value: u9 to 71206#0"),
+            ("TRACE", 0, "Result: groups e2e\r\n71424|71206|71069\r\n"),
+            ("TRACE", 0, "Successfully sent data."),
+            ("MARK", 0, "Entering: CSysInfo::Detect"),
+            ("MARK", 1, "Entering: rigel::System::Detect"),
+            ("MARK", 0, "Entering: CSysInfo::get_Analysis"),
+            ("TRACE", 2, "Result: " + self.results["analysis"]),
+            ("MARK", 0, "Exiting: CSysInfo::get_Analysis"),
+            ("MARK", 0, "Entering: CSysInfo::get_SysInfo"),
+            ("TRACE", 2, "Adding value: e2e-second-session to 71424#0"),
+            ("MARK", 0, "Exiting: CSysInfo::get_SysInfo"),
+        ])
+        uploads = [message for message in messages(self.scenario.log, "TRACE")
+                   if message.startswith("Result: stored upload ")]
+        self.assertEqual(len(uploads), 2, uploads)
+
+
+class SessionInJScript(SessionScenario, unittest.TestCase):
+    script = "session.js"
+
+
+class SessionInVBScript(SessionScenario, unittest.TestCase):
+    script = "session.vbs"
+
+
+class DeadService(unittest.TestCase):
+    """Every member with nothing listening on the service's port."""
+
+    @classmethod
+    def setUpClass(cls):
+        ENV.stop_service()
+        cls.scenario = ENV.run_scenario("dead_service.js")
+        cls.results = cls.scenario.results
+
+    def test_every_member_returns_to_the_script(self):
+        self.assertEqual(self.scenario.exit_code, 0, self.scenario.describe())
+        self.assertNotIn("error", self.results)
+        self.assertEqual(self.results["version"], "4.5.22.0")
+        self.assertEqual(self.results["logging"], "7")
+        self.assertEqual(self.results["debug"], "0")
+        self.assertEqual(self.results["referrer"], REFERRER)
+
+    def test_reports_are_empty_and_the_analysis_unwritten(self):
+        self.assertEqual(self.results["sysinfo"], "")
+        self.assertEqual(self.results["system"], "")
+        self.assertEqual(self.results["analysis.type"], "string")
+        self.assertEqual(self.results["analysis"], "")
+        self.assertEqual(self.results["computer"], "")
+
+    def test_values_stored_before_the_failure_stay_readable(self):
+        self.assertEqual(self.results["value.71206"], "u-dead")
+        self.assertEqual(self.results["value.71069"], "kept")
+
+    def test_each_failure_is_logged_where_it_is_caught(self):
+        # Depths follow the scope traces: the group-list request fails inside rigel::System::
+        # Detect, whose exception each member catches at its own level.
+        analysis = [("ERR", 4, CANNOT_SEND), ("ERR", 2, CAUGHT),
+                    ("ERR", 2, CANNOT_SEND), ("ERR", 1, CAUGHT_SEND)]
+        self.assertEqual([entry.key() for entry in self.scenario.log if entry.level == "ERR"], [
+            ("ERR", 3, CANNOT_SEND), ("ERR", 1, CAUGHT),  # SysInfo
+            ("ERR", 4, CANNOT_SEND), ("ERR", 2, CAUGHT),  # System
+            ("ERR", 3, CANNOT_SEND), ("ERR", 1, CAUGHT),  # Detect
+            ("ERR", 3, CANNOT_SEND), ("ERR", 1, CAUGHT),  # Value 71206
+            ("ERR", 3, CANNOT_SEND), ("ERR", 1, CAUGHT),  # Value 71069
+        ] + analysis + analysis)
+
+
+class Unregistration(unittest.TestCase):
+    def test_regsvr32_u_removes_every_key(self):
+        self.assertEqual(ENV.unregister(), 0)
+        values = read_registry(self)
+        self.assertEqual(sorted(values), sorted(path + MISSING for path in
+                                                list(REGISTERED) + DLL_VALUES))
+        for key in ("HKCR\\" + VERSION_INDEPENDENT_PROGID, "HKCR\\" + PROGID,
+                    "HKCR\\CLSID\\" + CLSID, "HKCR\\TypeLib\\" + LIBID,
+                    "HKCR\\Interface\\" + IID_SYSINFO):
+            self.assertFalse(key_exists(key), key)
+
+
+ORDER = [Registration, Basics, SessionInJScript, SessionInVBScript, DeadService, Unregistration]
+
+
+# ---------------------------------------------------------------------------------------------
+# Results in the GoogleTest XML format, for the project's summary
+
+class RecordingResult(unittest.TextTestResult):
+    def __init__(self, *args, **kwargs):
+        super().__init__(*args, **kwargs)
+        self.cases = []  # (suite, name, seconds, failure text or None, skipped)
+        self._started = 0.0
+
+    def startTest(self, test):
+        self._started = time.monotonic()
+        super().startTest(test)
+
+    def _add(self, test, failure=None, skipped=False):
+        seconds = time.monotonic() - self._started
+        if isinstance(test, unittest.TestCase):
+            suite, name = type(test).__name__, test._testMethodName
+        else:  # a failed class or module set-up
+            suite, name = "SetUp", str(test)
+        self.cases.append((suite, name, seconds, failure, skipped))
+
+    def addSuccess(self, test):
+        super().addSuccess(test)
+        self._add(test)
+
+    def addFailure(self, test, err):
+        super().addFailure(test, err)
+        self._add(test, self._exc_info_to_string(err, test))
+
+    def addError(self, test, err):
+        super().addError(test, err)
+        self._add(test, self._exc_info_to_string(err, test))
+
+    def addSkip(self, test, reason):
+        super().addSkip(test, reason)
+        self._add(test, skipped=True)
+
+
+def cdata(text):
+    return "<![CDATA[%s]]>" % text.replace("]]>", "]]]]><![CDATA[>")
+
+
+def write_xml(path, cases, seconds):
+    suites = {}
+    for case in cases:
+        suites.setdefault(case[0], []).append(case)
+    failures = sum(1 for case in cases if case[3] is not None)
+    skipped = sum(1 for case in cases if case[4])
+    lines = ['<?xml version="1.0" encoding="UTF-8"?>',
+             '<testsuites tests="%d" failures="%d" disabled="0" skipped="%d" errors="0" '
+             'time="%.3f" name="AllTests">' % (len(cases), failures, skipped, seconds)]
+    for suite, members in suites.items():
+        lines.append('  <testsuite name=%s tests="%d" failures="%d" disabled="0" skipped="%d" '
+                     'errors="0" time="%.3f">'
+                     % (quoteattr(suite), len(members),
+                        sum(1 for m in members if m[3] is not None),
+                        sum(1 for m in members if m[4]), sum(m[2] for m in members)))
+        for _, name, case_seconds, failure, was_skipped in members:
+            attributes = 'name=%s status="run" result="%s" time="%.3f" classname=%s' % (
+                quoteattr(name), "skipped" if was_skipped else "completed", case_seconds,
+                quoteattr(suite))
+            if failure is not None:
+                first = failure.strip().splitlines()[-1]
+                lines.append('    <testcase %s>' % attributes)
+                lines.append('      <failure message=%s type="">%s</failure>'
+                             % (quoteattr(first), cdata(failure)))
+                lines.append('    </testcase>')
+            elif was_skipped:
+                lines.append('    <testcase %s><skipped/></testcase>' % attributes)
+            else:
+                lines.append('    <testcase %s/>' % attributes)
+        lines.append('  </testsuite>')
+    lines.append('</testsuites>')
+    with open(path, "w", encoding="utf-8") as handle:
+        handle.write("\n".join(lines) + "\n")
+
+
+def main(argv=None):
+    parser = argparse.ArgumentParser(description=__doc__.split("\n\n")[0])
+    parser.add_argument("--dll", required=True, help="RigelDetection.dll")
+    parser.add_argument("--capture", required=True, help="debug_capture.exe")
+    parser.add_argument("--results", required=True, help="folder for e2e_tests.xml")
+    parser.add_argument("--port", type=int, default=18080,
+                        help="the data service port compiled into the DLL")
+    parser.add_argument("--work", help="scratch folder (default: e2e next to the results)")
+    parser.add_argument("--prefix", help="Wine prefix (default: WORK/prefix)")
+    parser.add_argument("--fixture-service",
+                        help="folder of a data service on the port to stop and restart")
+    options = parser.parse_args(argv)
+    if options.work is None:
+        options.work = os.path.join(os.path.dirname(os.path.abspath(options.results)), "e2e")
+
+    global ENV
+    ENV = Environment(options)
+    suite = unittest.TestSuite()
+    loader = unittest.TestLoader()
+    for case in ORDER:
+        suite.addTests(loader.loadTestsFromTestCase(case))
+    started = time.monotonic()
+    runner = unittest.TextTestRunner(resultclass=RecordingResult, verbosity=2, stream=sys.stdout)
+    result = runner.run(suite)
+    seconds = time.monotonic() - started
+
+    print("Timings under Wine (milliseconds):")
+    for name, value in ENV.timings:
+        print("  %-40s %8.0f" % (name, value))
+    os.makedirs(options.results, exist_ok=True)
+    write_xml(os.path.join(options.results, "e2e_tests.xml"), result.cases, seconds)
+    return 0 if result.wasSuccessful() and result.testsRun > 0 else 1
+
+
+if __name__ == "__main__":
+    sys.exit(main())

@@ -1,0 +1,43 @@
+// Every member with the data service gone: each returns to the script without an error, the
+// failures end up in the log only.
+// Usage: cscript //nologo dead_service.js RESULTS-FILE
+var results = [];
+
+// One result per line: name, tab, length in UTF-16 units, tab, text (which may hold anything).
+function record(name, value) {
+    var text = String(value);
+    results.push(name + "\t" + text.length + "\t" + text + "\n");
+}
+
+function save() {
+    var files = new ActiveXObject("Scripting.FileSystemObject");
+    var file = files.CreateTextFile(WScript.Arguments(0), true, true);
+    file.Write(results.join(""));
+    file.Close();
+}
+
+try {
+    var info = new ActiveXObject("RigelDetection_Test64.SysInfo");
+    info.Logging = "7";
+    info.ReferrerID = "e2e";
+    info.UserID = "u-dead";
+    info.Configure("<groups><group index=\"0\" id=\"71069\"><value>kept</value></group></groups>");
+    record("version", info.Version);
+    record("sysinfo", info.SysInfo);
+    record("system", info.System("x"));
+    info.Detect();
+    record("value.71206", info.Value("71206"));
+    record("value.71069", info.Value("71069"));
+    record("analysis.type", typeof info.Analysis("71206", "f", "v"));
+    record("analysis", info.Analysis("71206", "f", "v"));
+    record("computer", info.ComputerID);
+    record("logging", info.Logging);
+    record("debug", info.Debug);
+    record("referrer", info.ReferrerID);
+    save();
+    WScript.Quit(0);
+} catch (e) {
+    record("error", e.number + " " + e.description);
+    save();
+    WScript.Quit(1);
+}

@@ -1,0 +1,36 @@
+// Reads registry values for the registration tests in one process: each argument after the
+// results file is a value path (a path ending in a backslash names the key's default value).
+// A value that cannot be read is recorded under its path with " (missing)" appended.
+// Usage: cscript //nologo registry.js RESULTS-FILE PATH...
+var results = [];
+
+// One result per line: name, tab, length in UTF-16 units, tab, text (which may hold anything).
+function record(name, value) {
+    var text = String(value);
+    results.push(name + "\t" + text.length + "\t" + text + "\n");
+}
+
+function save() {
+    var files = new ActiveXObject("Scripting.FileSystemObject");
+    var file = files.CreateTextFile(WScript.Arguments(0), true, true);
+    file.Write(results.join(""));
+    file.Close();
+}
+
+try {
+    var shell = new ActiveXObject("WScript.Shell");
+    for (var i = 1; i < WScript.Arguments.length; ++i) {
+        var path = WScript.Arguments(i);
+        try {
+            record(path, shell.RegRead(path));
+        } catch (missing) {
+            record(path + " (missing)", missing.number);
+        }
+    }
+    save();
+    WScript.Quit(0);
+} catch (e) {
+    record("error", e.number + " " + e.description);
+    save();
+    WScript.Quit(1);
+}
