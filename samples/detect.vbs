@@ -11,7 +11,9 @@ If WScript.Arguments.Count > 0 Then referrer = WScript.Arguments(0)
 If WScript.Arguments.Count > 1 Then output = WScript.Arguments(1)
 
 On Error Resume Next
-Set info = CreateObject("RigelDetection_Test64.SysInfo")
+' WScript.CreateObject rather than CreateObject: Wine's VBScript refuses controls that accept a
+' site when the host offers none.
+Set info = WScript.CreateObject("RigelDetection_Test64.SysInfo")
 If Err.Number <> 0 Then
     WScript.Echo "detect.vbs: cannot create the control: " & Err.Description
     WScript.Quit 1

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <map>
 #include <string>
@@ -59,12 +60,10 @@ class FakeRegistry : public RegistryWriter {
     std::int32_t DeleteTree(Root root, const std::wstring& path) override {
         if (const auto failure = Fail(L"DeleteTree", root, path)) return *failure;
         if (keys.count({root, path}) == 0) return kFileNotFound;
-        const std::wstring prefix = path + L"\\";
         for (auto key = keys.begin(); key != keys.end();) {
-            const bool below = key->first.first == root &&
-                               (key->first.second == path ||
-                                key->first.second.compare(0, prefix.size(), prefix) == 0);
-            key = below ? keys.erase(key) : std::next(key);
+            key = key->first == Keys::key_type{root, path} || IsBelow(key->first, root, path)
+                      ? keys.erase(key)
+                      : std::next(key);
         }
         return kSuccess;
     }
@@ -72,6 +71,13 @@ class FakeRegistry : public RegistryWriter {
     bool HasSubkeys(Root root, const std::wstring& path) override {
         calls.push_back(Describe(L"HasSubkeys", root, path));
         return AnyBelow(root, path);
+    }
+
+    // The keys at these paths below the classes root, with their values.
+    static Keys ClassesKeys(const std::vector<std::pair<std::wstring, Values>>& keys) {
+        Keys result;
+        for (const auto& [path, values] : keys) result[{Root::kClassesRoot, path}] = values;
+        return result;
     }
 
     // Makes the call with this description (see Describe) return error.
@@ -89,14 +95,12 @@ class FakeRegistry : public RegistryWriter {
     std::vector<std::wstring> calls;
 
   private:
+    static bool IsBelow(const Keys::key_type& key, Root root, const std::wstring& path) {
+        return key.first == root && key.second.compare(0, path.size() + 1, path + L"\\") == 0;
+    }
     bool AnyBelow(Root root, const std::wstring& path) const {
-        const std::wstring prefix = path + L"\\";
-        for (const auto& [location, values] : keys) {
-            if (location.first == root && location.second.compare(0, prefix.size(), prefix) == 0) {
-                return true;
-            }
-        }
-        return false;
+        return std::any_of(keys.begin(), keys.end(),
+                           [&](const auto& key) { return IsBelow(key.first, root, path); });
     }
 
     // The error to return when this call is the failing one; records the call either way.

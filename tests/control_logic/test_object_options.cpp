@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <set>
 #include <utility>
 #include <vector>
 
@@ -10,64 +11,51 @@
 namespace rigel {
 namespace {
 
-TEST(SafetyOptions, StartsWithNothingEnabled) { EXPECT_EQ(SafetyOptions().Enabled(), 0u); }
-
-TEST(SafetyOptions, RejectsUnsupportedBitsWithoutChange) {
+TEST(SafetyOptions, ChangesOnlyTheMaskedSupportedBits) {
     SafetyOptions options;
-    ASSERT_TRUE(options.Set(3, 3));
-    EXPECT_FALSE(options.Set(4, 4));
-    EXPECT_FALSE(options.Set(7, 0));
-    EXPECT_EQ(options.Enabled(), 3u);
+    EXPECT_EQ(options.Enabled(), 0u);
+    const struct {
+        std::uint32_t mask;
+        std::uint32_t enabled;
+        bool accepted;
+        std::uint32_t after;
+    } steps[] = {{2, 3, true, 2},  {1, 1, true, 3}, {4, 4, false, 3},
+                 {7, 0, false, 3}, {2, 0, true, 1}, {0, 3, true, 1}};
+    for (const auto& step : steps) {
+        EXPECT_EQ(options.Set(step.mask, step.enabled), step.accepted) << step.mask;
+        EXPECT_EQ(options.Enabled(), step.after) << step.mask;
+    }
 }
 
-TEST(SafetyOptions, ChangesOnlyTheMaskedBits) {
-    SafetyOptions options;
-    ASSERT_TRUE(options.Set(2, 3));
-    EXPECT_EQ(options.Enabled(), 2u);
-    ASSERT_TRUE(options.Set(1, 1));
-    EXPECT_EQ(options.Enabled(), 3u);
-    ASSERT_TRUE(options.Set(2, 0));
-    EXPECT_EQ(options.Enabled(), 1u);
-    ASSERT_TRUE(options.Set(0, 3));
-    EXPECT_EQ(options.Enabled(), 1u);
-}
+using Applied = std::vector<std::pair<std::int32_t, std::wstring>>;
 
-TEST(ParameterTags, LoadReadsEveryTagInOrderAndAppliesThePresentOnes) {
-    std::vector<std::wstring> reads;
-    std::vector<std::pair<std::int32_t, std::wstring>> applied;
+// Loads from a bag that holds the given keys, each with the text key + " text" but SESSION_ID,
+// whose text is empty.
+Applied LoadFrom(const std::set<std::wstring>& held, std::vector<std::wstring>& reads) {
+    Applied applied;
     ParameterTags::Load(
         [&](const std::wstring& key, std::wstring& text) {
             reads.push_back(key);
-            if (key == L"DEBUG") text = L"1";
-            if (key == L"SESSION_ID") text.clear();
-            return key == L"DEBUG" || key == L"SESSION_ID";
+            text = key == L"SESSION_ID" ? L"" : key + L" text";
+            return held.count(key) == 1;
         },
         [&](std::int32_t dispid, const std::wstring& text) { applied.emplace_back(dispid, text); });
-
-    const std::vector<std::wstring> expectedReads{L"LOGGING", L"SESSION_ID", L"REFERRER_ID",
-                                                  L"USER_ID", L"DEBUG"};
-    EXPECT_EQ(reads, expectedReads);
-    const std::vector<std::pair<std::int32_t, std::wstring>> expectedApplied{
-        {kDispidSessionID, L""}, {kDispidDebug, L"1"}};
-    EXPECT_EQ(applied, expectedApplied);
+    return applied;
 }
 
-TEST(ParameterTags, LoadHandsEachTagsTextToItsProperty) {
-    std::vector<std::pair<std::int32_t, std::wstring>> applied;
-    ParameterTags::Load(
-        [](const std::wstring& key, std::wstring& text) {
-            text = key + L" text";
-            return true;
-        },
-        [&](std::int32_t dispid, const std::wstring& text) { applied.emplace_back(dispid, text); });
+TEST(ParameterTags, LoadReadsEveryTagInOrderAndHandsThePresentOnesToTheirProperties) {
+    std::vector<std::wstring> reads;
+    EXPECT_EQ(LoadFrom({L"LOGGING", L"SESSION_ID", L"REFERRER_ID", L"USER_ID", L"DEBUG"}, reads),
+              (Applied{{kDispidLogging, L"LOGGING text"},
+                       {kDispidSessionID, L""},
+                       {kDispidReferrerID, L"REFERRER_ID text"},
+                       {kDispidUserID, L"USER_ID text"},
+                       {kDispidDebug, L"DEBUG text"}}));
+    EXPECT_EQ(reads, (std::vector<std::wstring>{L"LOGGING", L"SESSION_ID", L"REFERRER_ID",
+                                                L"USER_ID", L"DEBUG"}));
 
-    const std::vector<std::pair<std::int32_t, std::wstring>> expected{
-        {kDispidLogging, L"LOGGING text"},
-        {kDispidSessionID, L"SESSION_ID text"},
-        {kDispidReferrerID, L"REFERRER_ID text"},
-        {kDispidUserID, L"USER_ID text"},
-        {kDispidDebug, L"DEBUG text"}};
-    EXPECT_EQ(applied, expected);
+    EXPECT_EQ(LoadFrom({L"DEBUG", L"SESSION_ID"}, reads),
+              (Applied{{kDispidSessionID, L""}, {kDispidDebug, L"DEBUG text"}}));
 }
 
 }  // namespace

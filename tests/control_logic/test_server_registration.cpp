@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <string>
 
 #include "control/logic/install_command.h"
 #include "control/logic/server_registration.h"
@@ -15,6 +16,9 @@ using Root = RegistryWriter::Root;
 constexpr std::int32_t kTypeLibRegistryAccess = static_cast<std::int32_t>(0x8002801Cu);
 constexpr std::int32_t kAccessDeniedResult = static_cast<std::int32_t>(0x80070005u);
 const std::wstring kModule = L"C:\\Program Files\\Rigel\\RigelDetection.dll";
+const std::wstring kClassID = L"{3234EB1E-733E-4E6A-A8AB-EBB6287E5A7E}";
+const std::wstring kAppID = L"{892519D6-8D23-4203-824D-F8DDBACD29BB}";
+const std::wstring kProgID = L"RigelDetection_Test64.SysInfo";
 
 // Records its calls in the registry's call list, so that the order of all steps shows.
 class FakeTypeLib : public TypeLibRegistrar {
@@ -60,48 +64,37 @@ class ServerRegistrationTest : public ::testing::Test {
     ServerRegistration registration{registry, typeLib, kModule};
 };
 
-TEST_F(ServerRegistrationTest, RegistersTheServedIdentifiersWithTheirValues) {
+TEST_F(ServerRegistrationTest, RegistersTheAppIDThenTheServedClassThenTheTypeLibrary) {
     ASSERT_EQ(registration.Register(RegistrationScope::kMachine), ServerRegistration::kOk);
 
-    const std::wstring clsid = L"CLSID\\{3234EB1E-733E-4E6A-A8AB-EBB6287E5A7E}";
-    const FakeRegistry::Keys expected{
-        {{Root::kClassesRoot, L"AppID"}, {}},
-        {{Root::kClassesRoot, L"AppID\\{892519D6-8D23-4203-824D-F8DDBACD29BB}"},
-         {{L"", L"Detection"}}},
-        {{Root::kClassesRoot, L"RigelDetection_Test64.SysInfo.1"}, {{L"", L"SysInfo Class"}}},
-        {{Root::kClassesRoot, L"RigelDetection_Test64.SysInfo.1\\CLSID"},
-         {{L"", L"{3234EB1E-733E-4E6A-A8AB-EBB6287E5A7E}"}}},
-        {{Root::kClassesRoot, L"RigelDetection_Test64.SysInfo"}, {{L"", L"SysInfo Class"}}},
-        {{Root::kClassesRoot, L"RigelDetection_Test64.SysInfo\\CLSID"},
-         {{L"", L"{3234EB1E-733E-4E6A-A8AB-EBB6287E5A7E}"}}},
-        {{Root::kClassesRoot, L"RigelDetection_Test64.SysInfo\\CurVer"},
-         {{L"", L"RigelDetection_Test64.SysInfo.1"}}},
-        {{Root::kClassesRoot, L"CLSID"}, {}},
-        {{Root::kClassesRoot, clsid},
-         {{L"", L"SysInfo Class"}, {L"AppID", L"{892519D6-8D23-4203-824D-F8DDBACD29BB}"}}},
-        {{Root::kClassesRoot, clsid + L"\\ProgID"}, {{L"", L"RigelDetection_Test64.SysInfo.1"}}},
-        {{Root::kClassesRoot, clsid + L"\\VersionIndependentProgID"},
-         {{L"", L"RigelDetection_Test64.SysInfo"}}},
-        {{Root::kClassesRoot, clsid + L"\\Programmable"}, {}},
-        {{Root::kClassesRoot, clsid + L"\\InprocServer32"},
-         {{L"", kModule}, {L"ThreadingModel", L"Apartment"}}},
-        {{Root::kClassesRoot, clsid + L"\\Control"}, {}},
-        {{Root::kClassesRoot, clsid + L"\\ToolboxBitmap32"}, {{L"", kModule + L", 102"}}},
-        {{Root::kClassesRoot, clsid + L"\\MiscStatus"}, {{L"", L"0"}}},
+    const std::wstring classKey = L"CLSID\\" + kClassID;
+    const FakeRegistry::Keys expected = FakeRegistry::ClassesKeys({
+        {L"AppID", {}},
+        {L"AppID\\" + kAppID, {{L"", L"Detection"}}},
+        {kProgID + L".1", {{L"", L"SysInfo Class"}}},
+        {kProgID + L".1\\CLSID", {{L"", kClassID}}},
+        {kProgID, {{L"", L"SysInfo Class"}}},
+        {kProgID + L"\\CLSID", {{L"", kClassID}}},
+        {kProgID + L"\\CurVer", {{L"", kProgID + L".1"}}},
+        {L"CLSID", {}},
+        {classKey, {{L"", L"SysInfo Class"}, {L"AppID", kAppID}}},
+        {classKey + L"\\ProgID", {{L"", kProgID + L".1"}}},
+        {classKey + L"\\VersionIndependentProgID", {{L"", kProgID}}},
+        {classKey + L"\\Programmable", {}},
+        {classKey + L"\\InprocServer32", {{L"", kModule}, {L"ThreadingModel", L"Apartment"}}},
+        {classKey + L"\\Control", {}},
+        {classKey + L"\\ToolboxBitmap32", {{L"", kModule + L", 102"}}},
+        {classKey + L"\\MiscStatus", {{L"", L"0"}}},
         // Invisible at run time, client site first, inside-out, no link inside, recompose.
-        {{Root::kClassesRoot, clsid + L"\\MiscStatus\\1"}, {{L"", L"132241"}}},
-        {{Root::kClassesRoot, clsid + L"\\TypeLib"},
-         {{L"", L"{BFA93D95-8544-4914-9BDD-4A26817125F1}"}}},
-        {{Root::kClassesRoot, clsid + L"\\Version"}, {{L"", L"1.0"}}},
-    };
+        {classKey + L"\\MiscStatus\\1", {{L"", L"132241"}}},
+        {classKey + L"\\TypeLib", {{L"", L"{BFA93D95-8544-4914-9BDD-4A26817125F1}"}}},
+        {classKey + L"\\Version", {{L"", L"1.0"}}},
+    });
     EXPECT_EQ(registry.keys, expected);
     EXPECT_TRUE(typeLib.registered);
-}
 
-TEST_F(ServerRegistrationTest, RegistersAppIDThenClassThenTypeLibrary) {
-    ASSERT_EQ(registration.Register(RegistrationScope::kMachine), ServerRegistration::kOk);
-    const std::size_t appID = CallIndex(L"CreateKey HKCR\\AppID\\{892519D6");
-    const std::size_t progID = CallIndex(L"CreateKey HKCR\\RigelDetection_Test64.SysInfo.1");
+    const std::size_t appID = CallIndex(L"CreateKey HKCR\\AppID\\" + kAppID);
+    const std::size_t progID = CallIndex(L"CreateKey HKCR\\" + kProgID + L".1");
     const std::size_t typeLibrary = CallIndex(L"RegisterTypeLib machine");
     EXPECT_LT(appID, progID);
     EXPECT_LT(progID, typeLibrary);
@@ -109,75 +102,61 @@ TEST_F(ServerRegistrationTest, RegistersAppIDThenClassThenTypeLibrary) {
 }
 
 TEST_F(ServerRegistrationTest, UnregistersInTheOppositeOrderAndLeavesForeignKeys) {
-    registry.keys[{Root::kClassesRoot, L"CLSID"}] = {};
-    registry.keys[{Root::kClassesRoot, L"CLSID\\{00000000-0000-0000-0000-000000000001}"}] = {
-        {L"", L"Other"}};
-    registry.keys[{Root::kClassesRoot, L"AppID"}] = {};
+    registry.keys = FakeRegistry::ClassesKeys(
+        {{L"CLSID", {}}, {L"CLSID\\{00000000-0000-0000-0000-000000000001}", {}}, {L"AppID", {}}});
     const FakeRegistry::Keys before = registry.keys;
-
     ASSERT_EQ(registration.Register(RegistrationScope::kMachine), ServerRegistration::kOk);
     registry.calls.clear();
     ASSERT_EQ(registration.Unregister(RegistrationScope::kMachine), ServerRegistration::kOk);
 
     EXPECT_EQ(registry.keys, before);
     EXPECT_FALSE(typeLib.registered);
-    const std::size_t classKey = CallIndex(L"DeleteTree HKCR\\CLSID\\{3234EB1E");
-    const std::size_t progID = CallIndex(L"DeleteKey HKCR\\RigelDetection_Test64.SysInfo.1");
+    const std::size_t classKey = CallIndex(L"DeleteTree HKCR\\CLSID\\" + kClassID);
+    const std::size_t progID = CallIndex(L"DeleteKey HKCR\\" + kProgID + L".1");
     const std::size_t typeLibrary = CallIndex(L"UnRegisterTypeLib machine");
-    const std::size_t appID = CallIndex(L"DeleteKey HKCR\\AppID\\{892519D6");
+    const std::size_t appID = CallIndex(L"DeleteKey HKCR\\AppID\\" + kAppID);
     EXPECT_LT(classKey, progID);
     EXPECT_LT(progID, typeLibrary);
     EXPECT_LT(typeLibrary, appID);
 }
 
-TEST_F(ServerRegistrationTest, PerUserWritesOnlyBelowTheUsersClasses) {
-    ASSERT_EQ(registration.Register(RegistrationScope::kPerUser), ServerRegistration::kOk);
+TEST_F(ServerRegistrationTest, PerUserInstallWritesBelowTheUsersClassesAndUninstallRunsEveryStep) {
+    ASSERT_EQ(registration.Install(true, RegistrationScope::kPerUser), ServerRegistration::kOk);
     for (const auto& [location, values] : registry.keys) {
         EXPECT_EQ(location.first, Root::kCurrentUser)
             << std::string(location.second.begin(), location.second.end());
     }
-    EXPECT_EQ(registry.keys
-                  .at({Root::kCurrentUser,
-                       L"Software\\Classes\\CLSID\\{3234EB1E-733E-4E6A-A8AB-EBB6287E5A7E}"
-                       L"\\InprocServer32"})
-                  .at(L""),
-              kModule);
+    const std::wstring userClasses = L"Software\\Classes\\";
+    EXPECT_EQ(registry.keys.at(
+                  {Root::kCurrentUser, userClasses + L"CLSID\\" + kClassID + L"\\InprocServer32"}),
+              (FakeRegistry::Values{{L"", kModule}, {L"ThreadingModel", L"Apartment"}}));
     EXPECT_EQ(registry.calls.back(), L"RegisterTypeLib user");
+    EXPECT_TRUE(typeLib.registered);
 
-    ASSERT_EQ(registration.Unregister(RegistrationScope::kPerUser), ServerRegistration::kOk);
-    EXPECT_EQ(registry.keys.count({Root::kCurrentUser,
-                                   L"Software\\Classes\\AppID\\"
-                                   L"{892519D6-8D23-4203-824D-F8DDBACD29BB}"}),
-              0u);
-}
-
-TEST_F(ServerRegistrationTest, FailedClassScriptStopsBeforeTheTypeLibrary) {
-    registry.FailOn(L"CreateKey HKCR\\CLSID\\{3234EB1E-733E-4E6A-A8AB-EBB6287E5A7E}", 5);
-    EXPECT_EQ(registration.Register(RegistrationScope::kMachine), kAccessDeniedResult);
-    EXPECT_FALSE(typeLib.registered);
-    EXPECT_EQ(std::count(registry.calls.begin(), registry.calls.end(), L"RegisterTypeLib machine"),
-              0);
-}
-
-TEST_F(ServerRegistrationTest, FailedAppIDScriptStopsEverything) {
-    registry.FailOn(L"SetString HKCR\\AppID\\{892519D6-8D23-4203-824D-F8DDBACD29BB}|", 5);
-    EXPECT_EQ(registration.Register(RegistrationScope::kMachine), kAccessDeniedResult);
-    EXPECT_EQ(registry.keys.count({Root::kClassesRoot, L"RigelDetection_Test64.SysInfo.1"}), 0u);
-    EXPECT_FALSE(typeLib.registered);
-}
-
-TEST_F(ServerRegistrationTest, UnregisterRunsEveryStepAndReturnsTheFirstFailure) {
-    ASSERT_EQ(registration.Register(RegistrationScope::kMachine), ServerRegistration::kOk);
+    // The type library's failure is returned, and the AppID key, removed after it, is gone.
     typeLib.unregisterResult = kTypeLibRegistryAccess;
-    EXPECT_EQ(registration.Unregister(RegistrationScope::kMachine), kTypeLibRegistryAccess);
-    EXPECT_EQ(
-        registry.keys.count({Root::kClassesRoot, L"AppID\\{892519D6-8D23-4203-824D-F8DDBACD29BB}"}),
-        0u);
+    EXPECT_EQ(registration.Install(false, RegistrationScope::kPerUser), kTypeLibRegistryAccess);
+    EXPECT_FALSE(typeLib.registered);
+    EXPECT_EQ(registry.keys.count({Root::kCurrentUser, userClasses + kProgID}), 0u);
+    EXPECT_EQ(registry.keys.count({Root::kCurrentUser, userClasses + L"AppID\\" + kAppID}), 0u);
+}
+
+TEST_F(ServerRegistrationTest, AFailedScriptStopsTheRegistration) {
+    for (const std::wstring& call :
+         {L"SetString HKCR\\AppID\\" + kAppID + L"|", L"CreateKey HKCR\\CLSID\\" + kClassID}) {
+        FakeRegistry failing;
+        FakeTypeLib failingTypeLib{failing};
+        failing.FailOn(call, 5);
+        EXPECT_EQ(ServerRegistration(failing, failingTypeLib, kModule)
+                      .Register(RegistrationScope::kMachine),
+                  kAccessDeniedResult);
+        EXPECT_FALSE(failingTypeLib.registered);
+        EXPECT_EQ(failing.calls.back(), call) << "nothing is written after the failure";
+    }
 }
 
 TEST_F(ServerRegistrationTest, InstallUndoesAFailedRegistrationAndReturnsItsResult) {
-    registry.keys[{Root::kClassesRoot, L"CLSID"}] = {};
-    registry.keys[{Root::kClassesRoot, L"AppID"}] = {};
+    registry.keys = FakeRegistry::ClassesKeys({{L"CLSID", {}}, {L"AppID", {}}});
     const FakeRegistry::Keys before = registry.keys;
     typeLib.registerResult = kTypeLibRegistryAccess;
     typeLib.unregisterResult = kAccessDeniedResult;
@@ -185,17 +164,6 @@ TEST_F(ServerRegistrationTest, InstallUndoesAFailedRegistrationAndReturnsItsResu
     EXPECT_EQ(registration.Install(true, RegistrationScope::kMachine), kTypeLibRegistryAccess);
     EXPECT_EQ(registry.keys, before);
     EXPECT_EQ(registry.calls.back().compare(0, 10, L"DeleteKey "), 0);
-}
-
-TEST_F(ServerRegistrationTest, InstallFalseUnregisters) {
-    ASSERT_EQ(registration.Install(true, RegistrationScope::kPerUser), ServerRegistration::kOk);
-    EXPECT_TRUE(typeLib.registered);
-    typeLib.unregisterResult = kTypeLibRegistryAccess;
-    EXPECT_EQ(registration.Install(false, RegistrationScope::kPerUser), kTypeLibRegistryAccess);
-    EXPECT_FALSE(typeLib.registered);
-    EXPECT_EQ(registry.keys.count(
-                  {Root::kCurrentUser, L"Software\\Classes\\RigelDetection_Test64.SysInfo"}),
-              0u);
 }
 
 TEST(ServerRegistrationHResult, ConvertsWindowsErrorsLikeHResultFromWin32) {
@@ -207,14 +175,12 @@ TEST(ServerRegistrationHResult, ConvertsWindowsErrorsLikeHResultFromWin32) {
 }
 
 TEST(InstallCommand, OnlyTheWholeWordUserInAnyCaseMeansPerUser) {
-    EXPECT_TRUE(IsPerUserCommand(L"user"));
-    EXPECT_TRUE(IsPerUserCommand(L"USER"));
-    EXPECT_TRUE(IsPerUserCommand(L"uSeR"));
-    EXPECT_FALSE(IsPerUserCommand(L"users"));
-    EXPECT_FALSE(IsPerUserCommand(L"use"));
-    EXPECT_FALSE(IsPerUserCommand(L" user"));
-    EXPECT_FALSE(IsPerUserCommand(L""));
-    EXPECT_FALSE(IsPerUserCommand(nullptr));
+    for (const wchar_t* command : {L"user", L"USER", L"uSeR"})
+        EXPECT_TRUE(IsPerUserCommand(command));
+    for (const wchar_t* command :
+         {L"users", L"use", L" user", L"", static_cast<const wchar_t*>(nullptr)}) {
+        EXPECT_FALSE(IsPerUserCommand(command)) << (command ? "" : "null");
+    }
 }
 
 }  // namespace

@@ -66,54 +66,32 @@ TEST(GroupIDTest, TextIsReadAsAnUnsigned32BitNumber) {
     }
 }
 
-TEST(GroupIDTest, NumberIsWrittenInPlainDecimal) {
+TEST(GroupIDTest, NumbersAreWrittenInPlainDecimalAndAloneDecideEquality) {
     EXPECT_EQ(GroupID(0u).GetText(), L"0");
-    EXPECT_EQ(GroupID(71424u).GetText(), L"71424");
     EXPECT_EQ(GroupID(4294967295u).GetText(), L"4294967295");
-    EXPECT_EQ(GroupID(4294967295u).GetNumber(), 4294967295u);
     EXPECT_EQ(GroupID().GetText(), L"");
     EXPECT_EQ(GroupID().GetNumber(), 0u);
-}
 
-TEST(GroupIDTest, EqualityComparesNumbersOnly) {
     EXPECT_EQ(GroupID(L"071424"), GroupID(71424u));
     EXPECT_EQ(GroupID(L"abc"), GroupID());
     EXPECT_NE(GroupID(L"71424"), GroupID(L"71425"));
     EXPECT_EQ(SystemValueID(GroupID(L" 71424"), 1), ID(71424, 1));
     EXPECT_NE(ID(71424, 0), ID(71424, 1));
-}
 
-TEST(SystemValueIDTest, TextFormIsGroupTextHashIndex) {
     EXPECT_EQ(ID(71424).ToString(), L"71424#0");
     EXPECT_EQ(SystemValueID(GroupID(L"071424"), 3).ToString(), L"071424#3");
     EXPECT_EQ(ID(1, 4294967295u).ToString(), L"1#4294967295");
 }
 
-TEST(SystemValueTest, ValueTextIsCopiedAtConstruction) {
-    Name name(L"first");
-    const SystemValue value(ID(71424), name);
-    name = L"second";
-    EXPECT_EQ(value.text, L"first");
-
-    Exists yes(true);
-    EXPECT_EQ(SystemValue(ID(71256), yes).text, L"Yes");
-}
-
-TEST_F(SystemValuesTest, AddingAnIdentifierAgainReplacesTheTextInPlace) {
-    values.AddValue(71424, L"a");
+TEST_F(SystemValuesTest, AddingAnEqualIdentifierAgainReplacesTheWholeValueInPlace) {
+    values.AddValue(SystemValue(SystemValueID(GroupID(L"071424"), 0), L"a"));
     values.AddValue(71218, L"b");
     values.AddValue(71424, 1, L"c");
     values.AddValue(71424, L"d");
+    // The identifier text is replaced along with the text.
     EXPECT_EQ(Entries(values),
               (std::vector<Entry>{{L"71424", 0, L"d"}, {L"71218", 0, L"b"}, {L"71424", 1, L"c"}}));
-}
-
-TEST_F(SystemValuesTest, EqualNumbersWithDifferentTextsAreOneIdentifier) {
-    values.AddValue(SystemValue(SystemValueID(GroupID(L"071424"), 0), L"from text"));
-    values.AddValue(71424, L"from number");
-    // The replacement copies the whole value, identifier text included.
-    EXPECT_EQ(Entries(values), (std::vector<Entry>{{L"71424", 0, L"from number"}}));
-    EXPECT_TRUE(values.Exists(SystemValueID(GroupID(L"+71424"), 0)));
+    EXPECT_TRUE(values.Exists(SystemValueID(GroupID(L"+71424"), 1)));
 }
 
 TEST_F(SystemValuesTest, EveryAddOperationFilesItsText) {
@@ -133,6 +111,7 @@ TEST_F(SystemValuesTest, EveryAddOperationFilesItsText) {
     values.AddValue(8, 9, std::wstring(L"indexed"));
     values.AddValue(10, L"null-terminated");
     values.AddValue(11, noText);
+    name = L"changed";  // the store keeps the text the value had when it was added
     EXPECT_EQ(Entries(values), (std::vector<Entry>{{L"1", 9, L"value"},
                                                    {L"2", 0, L"wide string"},
                                                    {L"3", 0, L"name"},
@@ -144,15 +123,7 @@ TEST_F(SystemValuesTest, EveryAddOperationFilesItsText) {
                                                    {L"11", 0, L""}}));
 }
 
-TEST_F(SystemValuesTest, AddingLogsTheValueAtTraceLevel) {
-    Log::Instance().SetLevel(Log::kWarning);
-    values.AddValue(71424, L"hidden");
-    Log::Instance().SetLevel(Log::kTrace);
-    values.AddValue(71424, 2, L"abc");
-    EXPECT_EQ(machine.LogMessages(), (std::vector<std::wstring>{L"Adding value: abc to 71424#2"}));
-}
-
-TEST_F(SystemValuesTest, QueriesFindOnlyEqualIdentifiers) {
+TEST_F(SystemValuesTest, QueriesAndReplacementFindOnlyEqualIdentifiers) {
     values.AddValue(71424, L"abc");
 
     EXPECT_TRUE(values.Exists(ID(71424)));
@@ -167,10 +138,7 @@ TEST_F(SystemValuesTest, QueriesFindOnlyEqualIdentifiers) {
     EXPECT_EQ(out.text, L"abc");
 
     EXPECT_EQ(values.GetValue(ID(71424)).text, L"abc");
-}
 
-TEST_F(SystemValuesTest, ReplaceValueChangesOnlyAnExistingEntry) {
-    values.AddValue(71424, L"abc");
     EXPECT_FALSE(values.ReplaceValue(SystemValue(ID(71424, 1), L"new")));
     EXPECT_TRUE(values.ReplaceValue(SystemValue(ID(71424), L"def")));
     EXPECT_EQ(Entries(values), (std::vector<Entry>{{L"71424", 0, L"def"}}));
@@ -190,33 +158,24 @@ TEST_F(SystemValuesTest, GetValueOfAMissingIdentifierThrows) {
 }
 
 TEST_F(SystemValuesTest, StandardExceptionsOfALookupAreWrapped) {
-    struct Case {
-        SystemValues::Lookup lookup;
-        const wchar_t* message;
-        const wchar_t* place;
-    };
-    const std::vector<Case> cases = {
-        {SystemValues::Lookup::kExists,
-         L"Error: \"out of memory\" while trying to find value: 071424#3.",
-         L"rigel::SystemValues::Exists"},
-        {SystemValues::Lookup::kReplaceValue,
-         L"Error: \"out of memory\" while trying to find value: 071424#3.",
-         L"rigel::SystemValues::ReplaceValue"},
-        {SystemValues::Lookup::kTryGetValue,
-         L"Error: \"out of memory\" while trying to get value: 071424#3.",
-         L"rigel::SystemValues::TryGetValue"},
-    };
-    const SystemValueID id(GroupID(L"071424"), 3);
-    for (const Case& c : cases) {
+    const wchar_t* find = L"Error: \"no memory\" while trying to find value: 071424#3.";
+    const wchar_t* get = L"Error: \"no memory\" while trying to get value: 071424#3.";
+    for (const auto& [lookup, message, place] :
+         {std::tuple{SystemValues::Lookup::kExists, find, L"rigel::SystemValues::Exists"},
+          std::tuple{SystemValues::Lookup::kReplaceValue, find,
+                     L"rigel::SystemValues::ReplaceValue"},
+          std::tuple{SystemValues::Lookup::kTryGetValue, get,
+                     L"rigel::SystemValues::TryGetValue"}}) {
+        const SystemValueID id(GroupID(L"071424"), 3);
         try {
-            SystemValues::Guarded(c.lookup, id,
-                                  []() -> bool { throw std::runtime_error("out of memory"); });
-            ADD_FAILURE() << "no exception for " << c.place;
+            SystemValues::Guarded(lookup, id,
+                                  []() -> bool { throw std::runtime_error("no memory"); });
+            ADD_FAILURE() << "no exception for " << place;
         } catch (const Exception& failure) {
-            EXPECT_EQ(failure.GetMessageText(), c.message);
-            EXPECT_EQ(failure.GetPlace(), c.place);
+            EXPECT_EQ(failure.GetMessageText(), message);
+            EXPECT_EQ(failure.GetPlace(), place);
         }
-        EXPECT_TRUE(SystemValues::Guarded(c.lookup, id, [] { return true; }));
+        EXPECT_TRUE(SystemValues::Guarded(lookup, id, [] { return true; }));
     }
 }
 

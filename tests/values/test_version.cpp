@@ -1,13 +1,11 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
-#include <memory>
 #include <string>
 #include <vector>
 
 #include "diag/log.h"
 #include "support/fake_machine.h"
-#include "values/resolution.h"
 #include "values/version.h"
 
 namespace rigel {
@@ -22,50 +20,43 @@ class VersionTest : public ::testing::Test {
     test::FakeMachine machine_;
 };
 
-TEST_F(VersionTest, QuantityOfReadableTexts) {
+TEST_F(VersionTest, QuantityPacksFourComponentsAndStopsAtTheFirstTokenThatIsNotANumber) {
     const struct {
         const wchar_t* text;
         std::uint64_t key;
+        bool fails;
     } cases[] = {
-        {L"6.1.7601.17514", 0x600011DB1446A},
-        {L"1.2", 0x1000200000000},
-        {L"1.2.0", 0x1000200000000},
-        {L"1.2.0.0", 0x1000200000000},
-        {L"7", 0x700000000},  // a lone component lands one field lower
-        {L"0.0", 0},
-        {L"", 0},
-        {L"1.2.3.4 b", 0x1000200030046},  // the fifth token is never read; its letter is added
-        {L"1.2.3.4.5", 0x1000200030004},
-        {L"1-2_3 4", 0x1000200030004},
-        {L"1..2,,3 4", 0x1000200030004},
-        {L"..1.2", 0x1000200000000},
-        {L"+5.+1", 0x5000100000000},
-        {L"2.65536", 0x3000000000000},  // a wide component overlaps the one before
-        {L"18446744073709551615", 0xFFFFFFFF00000000},
-    };
-    for (const auto& c : cases) {
-        EXPECT_EQ(Version(c.text).Quantity(), c.key) << c.text;
-    }
-    EXPECT_TRUE(machine_.LogMessages().empty());
-}
-
-TEST_F(VersionTest, QuantityStopsAtTheFirstTokenThatIsNotANumber) {
-    const struct {
-        const wchar_t* text;
-        std::uint64_t key;
-    } cases[] = {
-        {L"6.1.7601 Service Pack 1", 0x600011DB10000},
-        {L"9.0c", 0x90000},  // the letter is not added after a failure
-        {L"9.0C", 0x90000},
-        {L"1.2 a", 0x100020000},
-        {L"beta", 0},
-        {L"1.18446744073709551616", 0x10000},  // beyond 64 bits
-        {L"1.0x10", 0x10000},
+        {L"6.1.7601.17514", 0x600011DB1446A, false},
+        {L"1.2", 0x1000200000000, false},
+        {L"1.2.0", 0x1000200000000, false},
+        {L"1.2.0.0", 0x1000200000000, false},
+        {L"7", 0x700000000, false},  // a lone component lands one field lower
+        {L"0.0", 0, false},
+        {L"", 0, false},
+        {L"1.2.3.4 b", 0x1000200030046,
+         false},  // the fifth token is never read; its letter is added
+        {L"1.2.3.4.5", 0x1000200030004, false},
+        {L"1-2_3 4", 0x1000200030004, false},
+        {L"1..2,,3 4", 0x1000200030004, false},
+        {L"..1.2", 0x1000200000000, false},
+        {L"+5.+1", 0x5000100000000, false},
+        {L"2.65536", 0x3000000000000, false},  // a wide component overlaps the one before
+        {L"18446744073709551615", 0xFFFFFFFF00000000, false},
+        // A failure keeps the components and shifts made so far, and adds no letter.
+        {L"6.1.7601 Service Pack 1", 0x600011DB10000, true},
+        {L"9.0c", 0x90000, true},
+        {L"9.0C", 0x90000, true},
+        {L"1.2 a", 0x100020000, true},
+        {L"beta", 0, true},
+        {L"1.18446744073709551616", 0x10000, true},  // beyond 64 bits
+        {L"1.0x10", 0x10000, true},
     };
     for (const auto& c : cases) {
         machine_.debugOutput.chunks.clear();
         EXPECT_EQ(Version(c.text).Quantity(), c.key) << c.text;
-        EXPECT_EQ(machine_.LogMessages(), std::vector<std::wstring>{kQuantityError}) << c.text;
+        EXPECT_EQ(machine_.LogMessages(),
+                  c.fails ? std::vector<std::wstring>{kQuantityError} : std::vector<std::wstring>{})
+            << c.text;
     }
 }
 
@@ -83,8 +74,6 @@ TEST_F(VersionTest, ComparesByKeyOnly) {
     EXPECT_TRUE(Version(L"1.9") < Version(L"1.10"));
     EXPECT_FALSE(Version(L"1.10") < Version(L"1.9"));
     EXPECT_TRUE(Version(L"10") < Version(L"2.0"));
-    EXPECT_TRUE(Version(L"7") == Version(L"0.7"));
-    EXPECT_TRUE(Version(L"7") < Version(L"1.0"));
     EXPECT_TRUE(Version(L"1.2.3.4 b") == Version(L"1.2.3.4 B"));
     EXPECT_TRUE(Version(L"1.2.3.4") < Version(L"1.2.3.4 a"));
     EXPECT_FALSE(Version(L"1.2") == Version(L"1.3"));
@@ -98,10 +87,7 @@ TEST_F(VersionTest, ConstructionAndText) {
     EXPECT_STREQ(Version(static_cast<const wchar_t*>(nullptr)).ToString(), L"");
     EXPECT_FALSE(Version(static_cast<const wchar_t*>(nullptr)).IsValid());
     EXPECT_STREQ(Version(std::wstring(L"9.0c")).ToString(), L"9.0c");
-
-    Version seven(std::uint64_t{7});
-    EXPECT_STREQ(seven.ToString(), L"7");
-    EXPECT_EQ(seven.Quantity(), 0x700000000u);
+    EXPECT_STREQ(Version(std::uint64_t{7}).ToString(), L"7");
     Version zero(std::uint64_t{0});
     EXPECT_STREQ(zero.ToString(), L"0");
     EXPECT_EQ(zero.Quantity(), 0u);
@@ -111,21 +97,6 @@ TEST_F(VersionTest, ConstructionAndText) {
     EXPECT_STREQ(version.ToString(), L"2.0 ");
     version = static_cast<const wchar_t*>(nullptr);
     EXPECT_FALSE(version.IsValid());
-}
-
-TEST_F(VersionTest, ClonesAreIndependent) {
-    Version version(L"6.1");
-    std::unique_ptr<Version> versionCopy(version.Clone());
-    version = L"6.2";
-    EXPECT_STREQ(versionCopy->ToString(), L"6.1");
-
-    Resolution resolution;
-    EXPECT_STREQ(resolution.ToString(), L"");
-    resolution = std::wstring(L"1920 x 1080");
-    std::unique_ptr<Resolution> resolutionCopy(resolution.Clone());
-    resolution = std::wstring(L"800 x 600");
-    EXPECT_STREQ(resolutionCopy->ToString(), L"1920 x 1080");
-    EXPECT_STREQ(resolution.ToString(), L"800 x 600");
 }
 
 }  // namespace
