@@ -377,6 +377,37 @@ TEST_F(SysInfoObject, ValueOfAnAbsentIdentifierLeavesTheResultUnwritten) {
     EXPECT_EQ(object->get_Value(id.get(), nullptr), S_OK);
 }
 
+// A page can pass anything: huge and malformed texts through every member leave the object
+// answering, and the session is put back afterwards for the other tests.
+TEST_F(SysInfoObject, HugeAndMalformedTextsThroughEveryMemberStillAnswer) {
+    const std::wstring session = Get(&ISysInfo::get_SessionID);
+    const std::wstring referrer = Get(&ISysInfo::get_ReferrerID);
+    std::wstring huge(1024 * 1024, L'<');
+    for (std::size_t i = 0; i < huge.size(); i += 7) huge[i] = static_cast<wchar_t>(i % 0xD900);
+    huge[10] = L'\0';
+    const std::wstring configuration = L"<groups><group id=\"71206\" index=\"-1\"><value>" + huge +
+                                       L"<logging>" + huge + L"</logging><session_id>";
+    const UniqueBstr text(huge);
+    UniqueBstr out;
+    for (auto setter : {&ISysInfo::put_Logging, &ISysInfo::put_ReferrerID, &ISysInfo::put_SessionID,
+                        &ISysInfo::put_UserID, &ISysInfo::put_Debug, &ISysInfo::put_ComputerID,
+                        &ISysInfo::put_SysInfo}) {
+        EXPECT_EQ((object.Get()->*setter)(text.get()), S_OK);
+    }
+    EXPECT_EQ(object->Configure(UniqueBstr(configuration).get()), S_OK);
+    EXPECT_EQ(object->get_Value(text.get(), out.out()), S_OK);
+    EXPECT_EQ(object->get_System(text.get(), UniqueBstr().out()), S_OK);
+    EXPECT_EQ(object->get_Analysis(text.get(), text.get(), text.get(), UniqueBstr().out()), S_OK);
+    EXPECT_EQ(Get(&ISysInfo::get_Version), L"4.5.22.0");
+    EXPECT_EQ(Get(&ISysInfo::get_Logging), L"7");
+
+    Put(&ISysInfo::put_SessionID, session);
+    Put(&ISysInfo::put_ReferrerID, referrer);
+    Put(&ISysInfo::put_UserID, L"");
+    Put(&ISysInfo::put_Debug, L"0");
+    EXPECT_EQ(Get(&ISysInfo::get_SessionID), session);
+}
+
 // ---- IObjectSafety, IObjectWithSite ----------------------------------------------------------
 
 TEST_F(SysInfoObject, SafetyOptionsCoverScriptingAndInitialisationOfItsInterfacesOnly) {
