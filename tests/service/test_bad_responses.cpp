@@ -37,6 +37,7 @@ TEST(BadDataServiceAnswers, DetectionKeepsWhatItHasAndTheReportRenders) {
         machine.http.failReadAfter = answer.failReadAfter;
         System& session = System::Instance();
         session.SetReferrerID(L"r1");
+        session.SetDebug(L"1");  // report every group, whatever list the service sent
         session.GetSystemValues().AddValues(
             L"<groups><group index=\"0\" id=\"70001\"><value>{kept}</value></group></groups>");
 
