@@ -4,7 +4,8 @@
 
 namespace rigel {
 
-// Not detected yet: stores nothing.
+// The BIOS name, version, date and manufacturer: the registry's texts first, WMI filling in what
+// the registry left empty.
 class Bios : public Detector {
   public:
     Bios();

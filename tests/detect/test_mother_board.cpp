@@ -1,0 +1,121 @@
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "core/system.h"
+#include "detect/platform/mother_board.h"
+#include "support/fake_machine.h"
+
+namespace rigel {
+namespace {
+
+using os::FakeWmi;
+
+// The store as "group#index=text", in insertion order.
+std::vector<std::wstring> Stored() {
+    std::vector<std::wstring> stored;
+    for (const auto& value : System::Instance().GetSystemValues().Values()) {
+        stored.push_back(value.id.ToString() + L"=" + value.text);
+    }
+    return stored;
+}
+
+TEST(MotherBoardTest, PartNumberShape) {
+    struct Case {
+        std::wstring version;
+        bool expected;
+    };
+    const Case cases[] = {
+        {L"E12345-301", true},
+        {L"e12345-301", true},
+        {L"aaE12345-301", true},
+        {L"aaa12345-301", true},
+        {L"AAE12345-301", false},
+        {L"aAE12345-301", false},
+        {L"E12345301", false},
+        {L"E12345-30", false},
+        {L"E12345-3011", false},
+        {L"aaE12345-3011", false},
+        {L"112345-301", false},
+        {L"E1234X-301", false},
+        {L"E12345_301", false},
+        {L"E12345-30X", false},
+        {L"-12345-301", false},
+        {L"E12345-301aa", false},
+        {L" E12345-301", false},
+        {L"", false},
+        {L"E\uFF11"
+         L"2345-301",
+         false},
+    };
+    for (const auto& c : cases) {
+        EXPECT_EQ(MotherBoard::HasPartNumberShape(c.version), c.expected) << c.version;
+    }
+}
+
+TEST(MotherBoardTest, RegistryVersionWinsAndWmiFillsTheRest) {
+    struct Case {
+        const char* what;
+        const wchar_t* registryVersion;  // null: no value
+        std::vector<FakeWmi::Row> rows;
+        std::vector<std::wstring> expected;
+    };
+    const FakeWmi::Row asus = {{L"Manufacturer", FakeWmi::Text(L"ASUSTeK Computer INC.")},
+                               {L"Product", FakeWmi::Text(L"P8Z68-V PRO")},
+                               {L"Version", FakeWmi::Text(L"Rev 1.xx")}};
+    const auto storedWith = [](const std::wstring& manufacturer, const std::wstring& product,
+                               const std::wstring& version, const std::wstring& shape) {
+        return std::vector<std::wstring>{L"71171#0=" + manufacturer,
+                                         L"71170#0=" + product,
+                                         L"71356#0=" + version,
+                                         L"71437#0=" + shape,
+                                         L"71394#0=",
+                                         L"71395#0=",
+                                         L"71396#0=",
+                                         L"71397#0="};
+    };
+    const Case cases[] = {
+        {"registry version wins",
+         L"aaE12345-301",
+         {asus},
+         storedWith(L"ASUSTeK Computer INC.", L"P8Z68-V PRO", L"aaE12345-301", L"Yes")},
+        {"no registry value lets the WMI version through",
+         nullptr,
+         {asus},
+         storedWith(L"ASUSTeK Computer INC.", L"P8Z68-V PRO", L"Rev 1.xx", L"No")},
+        {"empty registry version is filled by WMI",
+         L"",
+         {{{L"Version", FakeWmi::Text(L"AAE12345-301")}}},
+         storedWith(L"", L"", L"AAE12345-301", L"No")},
+        {"second baseboard row overwrites the product",
+         nullptr,
+         {asus,
+          {{L"Product", FakeWmi::Text(L"DH67BL")}, {L"Version", FakeWmi::Text(L"E12345-301")}}},
+         storedWith(L"ASUSTeK Computer INC.", L"DH67BL", L"E12345-301", L"Yes")},
+        {"NULL properties are empty texts",
+         nullptr,
+         {{{L"Manufacturer", FakeWmi::Null(FakeWmi::kCimString)},
+           {L"Product", FakeWmi::Null(FakeWmi::kCimString)},
+           {L"Version", FakeWmi::Text(L"E12345-301")}}},
+         storedWith(L"", L"", L"E12345-301", L"Yes")},
+        {"nothing found", nullptr, {}, storedWith(L"", L"", L"", L"No")},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.what);
+        test::FakeMachine machine;
+        if (c.registryVersion != nullptr) {
+            machine.registry.SetString(os::Registry::kLocalMachine,
+                                       L"HARDWARE\\DESCRIPTION\\System\\BIOS", L"BaseBoardVersion",
+                                       c.registryVersion);
+        }
+        machine.wmi.tables[L"Win32_BaseBoard"] = c.rows;
+
+        MotherBoard board;
+        EXPECT_TRUE(board.Detect());
+        EXPECT_EQ(Stored(), c.expected);
+    }
+}
+
+}  // namespace
+}  // namespace rigel
