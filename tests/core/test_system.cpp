@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <cwctype>
 #include <stdexcept>
 #include <string>
@@ -185,7 +186,7 @@ TEST_F(SystemTest, FailedGroupRequestIsRetriedByTheNextDetection) {
 
 TEST_F(SystemTest, FailedUploadIsRetriedAndLeavesTheComputerIdentifierAlone) {
     session().SetComputerID(L"before");
-    session().GetSystemValues().AddValue(71207, L"{GUID-1}");
+    machine.systemInfo.guidText = L"{GUID-1}";
     service.failUpload = true;
     EXPECT_THROW(session().Detect(), std::runtime_error);
     EXPECT_EQ(session().GetComputerID(), L"before");
@@ -194,13 +195,14 @@ TEST_F(SystemTest, FailedUploadIsRetriedAndLeavesTheComputerIdentifierAlone) {
     session().Detect();
     EXPECT_EQ(service.uploads, 1);
     EXPECT_EQ(service.groupRequests.size(), 1u) << "the components already ran";
-    EXPECT_EQ(session().GetComputerID(), L"{GUID-1}");
+    EXPECT_EQ(session().GetComputerID(), L"GUID-1");
 }
 
 TEST_F(SystemTest, ComputerIdentifierIsReadBackFromTheStoreAfterEachDetection) {
     session().SetComputerID(L"set-by-script");
+    machine.systemInfo.guidStatus = static_cast<std::int32_t>(0x80004005);  // E_FAIL
     session().Detect();
-    EXPECT_EQ(session().GetComputerID(), L"") << "no computer identifier was detected";
+    EXPECT_EQ(session().GetComputerID(), L"0") << "no GUID could be made";
     session().GetSystemValues().AddValue(71207, L"{GUID-2}");
     session().Detect();
     EXPECT_EQ(session().GetComputerID(), L"{GUID-2}");

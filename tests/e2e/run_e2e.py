@@ -60,6 +60,9 @@ CONFIGURATION = (
 SESSION_ID_PATTERN = re.compile(
     r"[0-9a-f]{8}-[0-9a-f]{4}-4[0-9a-f]{3}-[89ab][0-9a-f]{3}-[0-9a-f]{12}")
 
+# A GUID in registry form without its braces, made by the operating-system detector.
+COMPUTER_ID_PATTERN = re.compile(r"[0-9A-F]{8}-[0-9A-F]{4}-[0-9A-F]{4}-[0-9A-F]{4}-[0-9A-F]{12}")
+
 CANNOT_SEND = "Can't send Internet request. Error: 12029"  # nothing listens on the port
 CAUGHT = "Caught exception."
 CAUGHT_SEND = "Caught exception: Can't send Internet request."
@@ -69,17 +72,19 @@ COMMAND_TIMEOUT = 120
 HTTP_TIMEOUT = 5
 
 
-def expected_report(session):
+def expected_report(session, computer):
     """The report of the session scenarios: the configured values whose group the referrer
     enabled or that are always reported, cleaned, then the session identifiers the referrer
-    enabled, all in the order they entered the store."""
+    enabled, all in the order they entered the store. Detection replaces the configured computer
+    identifier and Windows release flags in place (Wine's machine is Windows 7)."""
     return ('<groups><group index="0" id="71069"><value>a &amp; b</value></group>'
             '<group index="1" id="71069"><value>second</value></group>'
-            '<group index="0" id="71207"><value>cfg-computer</value></group>'
+            '<group index="0" id="71207"><value>%s</value></group>'
             '<group index="0" id="71465"><value>No</value></group>'
-            '<group index="0" id="71466"><value>Yes</value></group>'
+            '<group index="0" id="71466"><value>No</value></group>'
             '<group index="0" id="71424"><value>%s</value></group>'
-            '<group index="0" id="71206"><value>u9</value></group></groups>  ' % session)
+            '<group index="0" id="71206"><value>u9</value></group></groups>  '
+            % (computer, session))
 
 
 def escaped_for_upload(report):
@@ -455,7 +460,8 @@ class SessionScenario:
         self.assertEqual(self.results["user"], "u9")
 
     def test_report_holds_the_referrers_groups_and_the_always_reported_values(self):
-        self.assertEqual(self.results["report1"], expected_report(self.session))
+        self.assertEqual(self.results["report1"],
+                         expected_report(self.session, self.results["computer"]))
 
     def test_reading_again_writing_or_filtering_gives_the_same_report(self):
         self.assertEqual(self.results["report2"], self.results["report1"])
@@ -463,7 +469,7 @@ class SessionScenario:
         self.assertEqual(self.results["report.after_put"], self.results["report1"])
 
     def test_computer_id_is_read_back_from_the_values(self):
-        self.assertEqual(self.results["computer"], "cfg-computer")
+        self.assertRegex(self.results["computer"], "^%s$" % COMPUTER_ID_PATTERN.pattern)
 
     def test_reports_keep_the_logging_level_and_detect_raises_it(self):
         self.assertEqual(self.results["logging.after_sysinfo"], "3")
@@ -487,7 +493,8 @@ class SessionScenario:
             '</Analysis>' % self.session)
 
     def test_a_new_session_id_reports_and_uploads_again(self):
-        self.assertEqual(self.results["report3"], expected_report("e2e-second-session"))
+        self.assertEqual(self.results["report3"],
+                         expected_report("e2e-second-session", self.results["computer"]))
 
     def test_service_gets_groups_one_upload_per_session_and_the_analysis(self):
         self.assertEqual([(r["method"], r["path"], r["status"]) for r in self.journal], [

@@ -4,7 +4,7 @@
 
 namespace rigel {
 
-// Not detected yet: stores nothing.
+// The chassis: whether the machine runs on long-term batteries, that is, is portable.
 class Chassis : public Detector {
   public:
     Chassis();

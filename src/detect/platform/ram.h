@@ -4,7 +4,7 @@
 
 namespace rigel {
 
-// Not detected yet: stores nothing.
+// Memory: total and available physical memory and the process's virtual address space.
 class Ram : public Detector {
   public:
     Ram();
