@@ -3,8 +3,8 @@
 #include <string>
 #include <vector>
 
-#include "core/system.h"
 #include "detect/platform/bios.h"
+#include "detect/stored_values.h"
 #include "support/fake_machine.h"
 
 namespace rigel {
@@ -17,57 +17,45 @@ constexpr os::HKey kMachine = os::Registry::kLocalMachine;
 const std::wstring kBiosKey = L"HARDWARE\\DESCRIPTION\\System\\bios";
 const std::wstring kSystemKey = L"HARDWARE\\DESCRIPTION\\System";
 
-// The store as "group#index=text", in insertion order.
-std::vector<std::wstring> Stored() {
-    std::vector<std::wstring> stored;
-    for (const auto& value : System::Instance().GetSystemValues().Values()) {
-        stored.push_back(value.id.ToString() + L"=" + value.text);
-    }
-    return stored;
-}
+using test::Stored;
 
 TEST(BiosTest, RegistryTextsWinAndWmiFillsTheRest) {
     enum Registry { kNothing, kVendorOnly, kVendorAndVersion, kEmptyStrings };
     struct Case {
         const char* what;
         Registry registry;
-        FakeWmi::Row wmiRow;
-        bool wmiHasRow;
+        const FakeWmi::Row* wmiRow;  // null: no row
         std::vector<std::wstring> expected;
     };
     const FakeWmi::Row fullRow = {{L"Name", FakeWmi::Text(L"BIOS Date: 05/12/11")},
                                   {L"Manufacturer", FakeWmi::Text(L"American Megatrends Inc.")},
                                   {L"SMBIOSBIOSVersion", FakeWmi::Text(L"0501")}};
+    const FakeWmi::Row nullRow = {{L"Name", FakeWmi::Null(FakeWmi::kCimString)},
+                                  {L"Manufacturer", FakeWmi::Null(FakeWmi::kCimString)},
+                                  {L"SMBIOSBIOSVersion", FakeWmi::Text(L"P1.10")}};
     const Case cases[] = {
         {"registry version and date win",
          kVendorAndVersion,
-         fullRow,
-         true,
+         &fullRow,
          {L"71073#0=BIOS Date: 05/12/11", L"71383#0=05/12/11", L"71294#0=American Megatrends Inc.",
           L"71074#0=ALASKA - 1072009"}},
         {"vendor without version lets the WMI version through",
          kVendorOnly,
-         fullRow,
-         true,
+         &fullRow,
          {L"71073#0=BIOS Date: 05/12/11", L"71383#0=05/12/11", L"71294#0=American Megatrends Inc.",
           L"71074#0=0501"}},
         {"NULL WMI properties are empty texts",
          kNothing,
-         {{L"Name", FakeWmi::Null(FakeWmi::kCimString)},
-          {L"Manufacturer", FakeWmi::Null(FakeWmi::kCimString)},
-          {L"SMBIOSBIOSVersion", FakeWmi::Text(L"P1.10")}},
-         true,
+         &nullRow,
          {L"71073#0=", L"71383#0=", L"71294#0=", L"71074#0=P1.10"}},
         {"no WMI row and no registry texts",
          kNothing,
-         {},
-         false,
+         nullptr,
          {L"71073#0=", L"71383#0=", L"71294#0=", L"71074#0="}},
         // Empty vendor and version still make a version of one blank, which WMI cannot replace.
         {"empty registry strings",
          kEmptyStrings,
-         fullRow,
-         true,
+         &fullRow,
          {L"71073#0=BIOS Date: 05/12/11", L"71383#0=", L"71294#0=American Megatrends Inc.",
           L"71074#0= "}},
     };
@@ -88,7 +76,7 @@ TEST(BiosTest, RegistryTextsWinAndWmiFillsTheRest) {
             machine.registry.SetString(kMachine, kBiosKey, L"BIOSVersion", L"");
             machine.registry.SetString(kMachine, kSystemKey, L"SystemBiosDate", L"");
         }
-        if (c.wmiHasRow) machine.wmi.tables[L"Win32_BIOS"] = {c.wmiRow};
+        if (c.wmiRow != nullptr) machine.wmi.tables[L"Win32_BIOS"] = {*c.wmiRow};
 
         Bios bios;
         EXPECT_TRUE(bios.Detect());

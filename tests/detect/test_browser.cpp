@@ -7,6 +7,7 @@
 
 #include "core/system.h"
 #include "detect/platform/browser.h"
+#include "detect/stored_values.h"
 #include "diag/log.h"
 #include "support/fake_machine.h"
 
@@ -17,15 +18,7 @@ constexpr os::HKey kMachine = os::Registry::kLocalMachine;
 const std::wstring kExplorerKey = L"SOFTWARE\\Microsoft\\Internet Explorer";
 const std::wstring kFirefoxKey = L"SOFTWARE\\Mozilla\\Mozilla Firefox";
 const std::wstring kSafariKey = L"SOFTWARE\\Apple Computer, Inc.\\Safari";
-
-// The store as "group#index=text", in insertion order.
-std::vector<std::wstring> Stored() {
-    std::vector<std::wstring> stored;
-    for (const auto& value : System::Instance().GetSystemValues().Values()) {
-        stored.push_back(value.id.ToString() + L"=" + value.text);
-    }
-    return stored;
-}
+using test::Stored;
 
 const std::vector<std::wstring> kFlagsCleared = {L"71407#0=No", L"71408#0=No", L"71409#0=No",
                                                  L"71448#0=No", L"71449#0=No", L"71450#0=No",
@@ -48,7 +41,7 @@ void InstallAll(os::FakeRegistry& registry) {
     registry.SetString(kMachine, kSafariKey, L"Version", L"5.34.57.2");
 }
 
-TEST(BrowserTest, InstalledBrowsersTakeConsecutiveIndexes) {
+TEST(BrowserTest, InstalledBrowsersTakeConsecutiveIndexesAndWithoutAUserAgentNoneIsInUse) {
     struct Case {
         const char* what;
         bool explorer;
@@ -89,11 +82,16 @@ TEST(BrowserTest, InstalledBrowsersTakeConsecutiveIndexes) {
             machine.registry.SetString(kMachine, kFirefoxKey, L"CurrentVersion", c.firefox);
         }
         if (c.safari) machine.registry.SetString(kMachine, kSafariKey, L"Version", L"5.34.57.2");
+        Log::Instance().SetLevel(Log::kMark);
 
         Browser browser;
         EXPECT_TRUE(browser.Detect());
         EXPECT_EQ(Stored(), c.expected);
         EXPECT_EQ(machine.registry.OpenKeyCount(), 0u);
+        const auto messages = machine.LogMessages();
+        ASSERT_FALSE(messages.empty());
+        EXPECT_EQ(messages.front(), L"Entering: rigel::Browser::Detect");
+        EXPECT_EQ(messages.back(), L"Exiting: rigel::Browser::Detect");
     }
 }
 
@@ -152,18 +150,6 @@ TEST(BrowserTest, BrowserInUseFromTheFirstTokenOfTheUserAgent) {
             EXPECT_EQ(found.text, flag == c.flag ? L"Yes" : L"No") << flag;
         }
     }
-}
-
-TEST(BrowserTest, WithoutAUserAgentNoBrowserIsInUse) {
-    test::FakeMachine machine;
-    Log::Instance().SetLevel(Log::kMark);
-    Browser browser;
-    EXPECT_TRUE(browser.Detect());
-    EXPECT_EQ(Stored(), kFlagsCleared);
-    const auto messages = machine.LogMessages();
-    ASSERT_FALSE(messages.empty());
-    EXPECT_EQ(messages.front(), L"Entering: rigel::Browser::Detect");
-    EXPECT_EQ(messages.back(), L"Exiting: rigel::Browser::Detect");
 }
 
 TEST(BrowserTest, BrowserInUseThatIsNotInstalledHasAnEmptyVersion) {

@@ -3,8 +3,8 @@
 #include <string>
 #include <vector>
 
-#include "core/system.h"
 #include "detect/platform/mother_board.h"
+#include "detect/stored_values.h"
 #include "support/fake_machine.h"
 
 namespace rigel {
@@ -12,14 +12,7 @@ namespace {
 
 using os::FakeWmi;
 
-// The store as "group#index=text", in insertion order.
-std::vector<std::wstring> Stored() {
-    std::vector<std::wstring> stored;
-    for (const auto& value : System::Instance().GetSystemValues().Values()) {
-        stored.push_back(value.id.ToString() + L"=" + value.text);
-    }
-    return stored;
-}
+using test::Stored;
 
 TEST(MotherBoardTest, PartNumberShape) {
     struct Case {
@@ -66,14 +59,11 @@ TEST(MotherBoardTest, RegistryVersionWinsAndWmiFillsTheRest) {
                                {L"Version", FakeWmi::Text(L"Rev 1.xx")}};
     const auto storedWith = [](const std::wstring& manufacturer, const std::wstring& product,
                                const std::wstring& version, const std::wstring& shape) {
-        return std::vector<std::wstring>{L"71171#0=" + manufacturer,
-                                         L"71170#0=" + product,
-                                         L"71356#0=" + version,
-                                         L"71437#0=" + shape,
-                                         L"71394#0=",
-                                         L"71395#0=",
-                                         L"71396#0=",
-                                         L"71397#0="};
+        // The four values found, before the four this detector always leaves empty.
+        std::vector<std::wstring> stored = {L"71394#0=", L"71395#0=", L"71396#0=", L"71397#0="};
+        stored.insert(stored.begin(), {L"71171#0=" + manufacturer, L"71170#0=" + product,
+                                       L"71356#0=" + version, L"71437#0=" + shape});
+        return stored;
     };
     const Case cases[] = {
         {"registry version wins",

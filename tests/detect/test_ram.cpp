@@ -26,23 +26,11 @@ TEST(RamTest, StoresTheSizesOfTheExtendedOrTheOlderRecord) {
     struct Case {
         const char* what;
         bool extendedSucceeds;
-        Stored expected;
+        std::wstring physical, virtualSize, available;
     };
     const Case cases[] = {
-        {"extended record",
-         true,
-         {{71063, L"8.0 GB"},
-          {71381, L"128.0 TB"},
-          {71382, L"3.5 GB"},
-          {71174, L""},
-          {71175, L""}}},
-        {"older record",
-         false,
-         {{71063, L"2.0 GB"},
-          {71381, L"4.0 GB"},
-          {71382, L"512.0 MB"},
-          {71174, L""},
-          {71175, L""}}},
+        {"extended record", true, L"8.0 GB", L"128.0 TB", L"3.5 GB"},
+        {"older record", false, L"2.0 GB", L"4.0 GB", L"512.0 MB"},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.what);
@@ -56,7 +44,11 @@ TEST(RamTest, StoresTheSizesOfTheExtendedOrTheOlderRecord) {
         machine.systemInfo.memoryStatus.totalVirtual = 4ull << 30;
         machine.systemInfo.memoryStatus.availablePhysical = 512ull << 20;
         Ram().Detect();
-        EXPECT_EQ(StoredValues(), c.expected);
+        EXPECT_EQ(StoredValues(), (Stored{{71063, c.physical},
+                                          {71381, c.virtualSize},
+                                          {71382, c.available},
+                                          {71174, L""},
+                                          {71175, L""}}));
     }
 }
 

@@ -156,12 +156,10 @@ TEST_F(RegistryTest, ChipsetVersionFallsBackToInfverInTheSixtyFourBitView) {
     EXPECT_FALSE(info.speed.IsValid());
     const std::pair<std::wstring, std::uint32_t> infinst{L"SOFTWARE\\Intel\\Infinst", 0x20119};
     EXPECT_EQ(machine.registry.opens.back(), infinst);
-}
 
-TEST_F(RegistryTest, ChipsetVersionWithoutTerminatorIsCutAtItsEnd) {
+    // A version without its terminator is cut at its end.
     machine.registry.SetValue(kMachine, L"SOFTWARE\\Intel\\Infinst", L"version",
                               os::Registry::kString, Utf16(L"9.4"));
-    CpuInfo info;
     registry().GetCpuInfo(info);
     EXPECT_EQ(info.chipsetInfVersion, L"9.4");
 }

@@ -27,6 +27,23 @@ class WmiTest : public ::testing::Test {
         machine.debugOutput.chunks.clear();
     }
 
+    // What the six operations answer: processor, disks, CD-ROMs, sound, BIOS, baseboard. A failed
+    // one leaves every list empty and the processor unnamed.
+    std::vector<bool> AskAll() {
+        CpuInfo info;
+        std::vector<HardDriveInfo> disks;
+        std::vector<CDRomInfo> drives;
+        std::vector<SoundInfo> sounds;
+        BiosInfo bios;
+        SoundInfo board;
+        const std::vector<bool> answers = {
+            wmi().GetCpuInfo(info),       wmi().GetDiskDriveValues(disks),
+            wmi().GetCDRomValues(drives), wmi().GetSoundValues(sounds),
+            wmi().GetBiosValues(bios),    wmi().GetMotherboardValues(board)};
+        EXPECT_TRUE(info.name.empty() && disks.empty() && drives.empty() && sounds.empty());
+        return answers;
+    }
+
     test::FakeMachine machine;
 };
 
@@ -69,19 +86,7 @@ TEST_F(WmiTest, AFailedConnectionStepAnswersEveryQueryWithNothing) {
         if (step == kBlanket) machine.wmi.blanketStatus = failure;
         Log::Instance().SetLevel(Log::kTrace);
 
-        CpuInfo info;
-        std::vector<HardDriveInfo> disks;
-        std::vector<CDRomInfo> drives;
-        std::vector<SoundInfo> sounds;
-        BiosInfo bios;
-        SoundInfo board;
-        EXPECT_FALSE(wmi().GetCpuInfo(info));
-        EXPECT_FALSE(wmi().GetDiskDriveValues(disks));
-        EXPECT_FALSE(wmi().GetCDRomValues(drives));
-        EXPECT_FALSE(wmi().GetSoundValues(sounds));
-        EXPECT_FALSE(wmi().GetBiosValues(bios));
-        EXPECT_FALSE(wmi().GetMotherboardValues(board));
-        EXPECT_TRUE(info.name.empty());
+        EXPECT_EQ(AskAll(), std::vector<bool>(6, false));
         EXPECT_TRUE(machine.wmi.queries.empty());
         EXPECT_EQ(machine.LogMessages(), std::vector<std::wstring>{L"WMI init failure."});
         EXPECT_EQ(machine.wmi.LiveObjectCount(), 0u) << step;
@@ -204,15 +209,14 @@ TEST_F(WmiTest, DisksInRowOrderWithTheirIndexes) {
          {L"Index", FakeWmi::Unsigned(1)}}};
     std::vector<HardDriveInfo> disks(1);
     EXPECT_TRUE(wmi().GetDiskDriveValues(disks));
-    ASSERT_EQ(disks.size(), 4u);
-    EXPECT_EQ(Text(disks[1].model), L"Disk A");
-    EXPECT_EQ(Text(disks[1].deviceName), L"\\\\.\\PHYSICALDRIVE0");
-    EXPECT_EQ(disks[1].index, 0u);
-    EXPECT_EQ(Text(disks[2].model), L"Disk B");
-    EXPECT_EQ(Text(disks[2].deviceName), L"");
-    EXPECT_EQ(disks[2].index, 2u);
-    EXPECT_EQ(Text(disks[3].model), L"Disk C");
-    EXPECT_EQ(disks[3].index, 1u);
+    ASSERT_FALSE(disks.empty());
+    std::vector<std::wstring> appended;
+    for (auto disk = disks.begin() + 1; disk != disks.end(); ++disk) {
+        appended.push_back(Text(disk->model) + L"|" + Text(disk->deviceName) + L"|" +
+                           std::to_wstring(disk->index));
+    }
+    EXPECT_EQ(appended, (std::vector<std::wstring>{L"Disk A|\\\\.\\PHYSICALDRIVE0|0", L"Disk B||2",
+                                                   L"Disk C|\\\\.\\PHYSICALDRIVE1|1"}));
 }
 
 TEST_F(WmiTest, ADiskWithoutANumericIndexEndsTheListQuietly) {
@@ -270,19 +274,7 @@ TEST_F(WmiTest, QueriesWithoutRowsOrWithFailures) {
     machine.wmi.tables[L"Win32_CDROMDrive"] = {{{L"Name", FakeWmi::Unconvertible(0x2008)}}};
     Log::Instance().SetLevel(Log::kError);
 
-    CpuInfo info;
-    std::vector<HardDriveInfo> disks;
-    std::vector<SoundInfo> sounds;
-    std::vector<CDRomInfo> drives;
-    BiosInfo bios;
-    EXPECT_TRUE(wmi().GetCpuInfo(info));
-    EXPECT_TRUE(wmi().GetDiskDriveValues(disks));
-    EXPECT_FALSE(wmi().GetBiosValues(bios));
-    EXPECT_FALSE(wmi().GetSoundValues(sounds));
-    EXPECT_FALSE(wmi().GetCDRomValues(drives));
-    EXPECT_TRUE(disks.empty());
-    EXPECT_TRUE(sounds.empty());
-    EXPECT_TRUE(drives.empty());
+    EXPECT_EQ(AskAll(), (std::vector<bool>{true, true, false, false, false, false}));
     EXPECT_EQ(machine.LogMessages(), std::vector<std::wstring>{L"Error in WMI GetCDRomValues."});
 }
 
