@@ -35,7 +35,7 @@ TEST_F(LogTest, FirstPrefixOfTheProcessHasZeroElapsedPaddedToSixCharacters) {
 
 TEST_F(LogTest, ElapsedSecondsArePaddedWithZerosOnTheRightAndNeverCut) {
     const std::vector<std::pair<std::uint32_t, std::wstring>> cases = {
-        {2500, L"1.5000"},   {3000, L"200000"},    {1015, L"0.0150"},
+        {2500, L"1.5000"},  {3000, L"200000"},    {1015, L"0.0150"},
         {13250, L"12.250"}, {124456, L"123.456"}, {1235567, L"1234.57"},
     };
     for (const auto& [tick, expected] : cases) {

@@ -11,7 +11,7 @@ namespace rigel::test {
 // A data service that answers the group list with a text the test sets, records every request and
 // fails a request kind on demand with a standard exception, as the web client does.
 class FakeDataService : public DataService {
-public:
+  public:
     std::wstring groupsResponse;
     bool failGroups = false;
     bool failUpload = false;
