@@ -287,6 +287,18 @@ class Environment:
 
     # -- scenarios -----------------------------------------------------------------------------
 
+    def runnable(self, script):
+        """The script as cscript runs it: a JScript scenario gets the shared prelude in front."""
+        source = os.path.join(SCENARIOS, script)
+        if not script.endswith(".js"):
+            return source
+        combined = os.path.join(self.work, script)
+        with open(os.path.join(SCENARIOS, "prelude.js"), encoding="utf-8") as prelude, \
+                open(source, encoding="utf-8") as body, \
+                open(combined, "w", encoding="utf-8", newline="\r\n") as out:
+            out.write(prelude.read() + "\n" + body.read())
+        return combined
+
     def run_scenario(self, script, *args):
         stem = script.replace(".", "_")
         results_file = os.path.join(self.work, stem + ".results")
@@ -297,7 +309,7 @@ class Environment:
         start = time.monotonic()
         code, output = self.wine(self.windows_path(self.capture),
                          "--timeout=%d" % SCENARIO_TIMEOUT, self.windows_path(log_file),
-                         "cscript", "//nologo", self.windows_path(os.path.join(SCENARIOS, script)),
+                         "cscript", "//nologo", self.windows_path(self.runnable(script)),
                          self.windows_path(results_file), *args, timeout=SCENARIO_TIMEOUT + 10)
         self.timings.append(("%s (whole run)" % script, (time.monotonic() - start) * 1000))
         results = parse_results(results_file) if os.path.exists(results_file) else {}

@@ -1,24 +1,6 @@
 // The members that need no detection: identity, version, identifiers, logging and debug settings.
 // Nothing here may reach the data service.
 // Usage: cscript //nologo basics.js RESULTS-FILE
-var results = [];
-
-// One result per line: name, tab, length in UTF-16 units, tab, text (which may hold anything).
-function record(name, value) {
-    var text = String(value);
-    results.push(name + "\t" + text.length + "\t" + text + "\n");
-}
-
-function save() {
-    var files = new ActiveXObject("Scripting.FileSystemObject");
-    var file = files.CreateTextFile(WScript.Arguments(0), true, true);
-    file.Write(results.join(""));
-    file.Close();
-}
-
-function now() {
-    return new Date().getTime();
-}
 
 try {
     var start = now();

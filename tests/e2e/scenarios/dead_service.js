@@ -1,20 +1,6 @@
 // Every member with the data service gone: each returns to the script without an error, the
 // failures end up in the log only.
 // Usage: cscript //nologo dead_service.js RESULTS-FILE
-var results = [];
-
-// One result per line: name, tab, length in UTF-16 units, tab, text (which may hold anything).
-function record(name, value) {
-    var text = String(value);
-    results.push(name + "\t" + text.length + "\t" + text + "\n");
-}
-
-function save() {
-    var files = new ActiveXObject("Scripting.FileSystemObject");
-    var file = files.CreateTextFile(WScript.Arguments(0), true, true);
-    file.Write(results.join(""));
-    file.Close();
-}
 
 try {
     var info = new ActiveXObject("RigelDetection_Test64.SysInfo");

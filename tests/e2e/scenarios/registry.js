@@ -2,20 +2,6 @@
 // results file is a value path (a path ending in a backslash names the key's default value).
 // A value that cannot be read is recorded under its path with " (missing)" appended.
 // Usage: cscript //nologo registry.js RESULTS-FILE PATH...
-var results = [];
-
-// One result per line: name, tab, length in UTF-16 units, tab, text (which may hold anything).
-function record(name, value) {
-    var text = String(value);
-    results.push(name + "\t" + text.length + "\t" + text + "\n");
-}
-
-function save() {
-    var files = new ActiveXObject("Scripting.FileSystemObject");
-    var file = files.CreateTextFile(WScript.Arguments(0), true, true);
-    file.Write(results.join(""));
-    file.Close();
-}
 
 try {
     var shell = new ActiveXObject("WScript.Shell");

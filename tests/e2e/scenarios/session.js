@@ -11,24 +11,6 @@ var CONFIGURATION =
     "<group index=\"0\" id=\"71465\"><value>No</value></group>" +
     "<group index=\"0\" id=\"71466\"><value>Yes</value></group>" +
     "</groups>";
-var results = [];
-
-// One result per line: name, tab, length in UTF-16 units, tab, text (which may hold anything).
-function record(name, value) {
-    var text = String(value);
-    results.push(name + "\t" + text.length + "\t" + text + "\n");
-}
-
-function save() {
-    var files = new ActiveXObject("Scripting.FileSystemObject");
-    var file = files.CreateTextFile(WScript.Arguments(0), true, true);
-    file.Write(results.join(""));
-    file.Close();
-}
-
-function now() {
-    return new Date().getTime();
-}
 
 try {
     var info = new ActiveXObject("RigelDetection_Test64.SysInfo");

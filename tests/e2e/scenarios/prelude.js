@@ -1,0 +1,20 @@
+// Shared by every JScript scenario: the runner puts this text in front of the scenario, since
+// cscript has no way to include one script in another.
+var results = [];
+
+// One result per line: name, tab, length in UTF-16 units, tab, text (which may hold anything).
+function record(name, value) {
+    var text = String(value);
+    results.push(name + "\t" + text.length + "\t" + text + "\n");
+}
+
+function save() {
+    var files = new ActiveXObject("Scripting.FileSystemObject");
+    var file = files.CreateTextFile(WScript.Arguments(0), true, true);
+    file.Write(results.join(""));
+    file.Close();
+}
+
+function now() {
+    return new Date().getTime();
+}
