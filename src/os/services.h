@@ -5,6 +5,7 @@ namespace rigel::os {
 class Clock;
 class Cpu;
 class DebugOutput;
+class DeviceIo;
 class Http;
 class Registry;
 class SystemInfo;
@@ -20,6 +21,7 @@ struct Services {
     Wmi* wmi = nullptr;
     Cpu* cpu = nullptr;
     SystemInfo* systemInfo = nullptr;
+    DeviceIo* deviceIo = nullptr;
 };
 
 // The services in effect.

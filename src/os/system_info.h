@@ -77,6 +77,19 @@ class SystemInfo {
     // CoCreateGuid; on success text is the braced form StringFromGUID2 writes. Returns the
     // HRESULT of CoCreateGuid.
     virtual std::int32_t CreateGuidText(std::wstring& text) = 0;
+
+    // The next four fill text from a buffer of capacity characters and return what the Windows
+    // call returns: 0 on failure, the length written, or (too small a buffer) the size needed.
+    // GetWindowsDirectoryW.
+    virtual std::uint32_t WindowsDirectory(std::uint32_t capacity, std::wstring& text) = 0;
+    // GetSystemDirectoryW.
+    virtual std::uint32_t SystemDirectory(std::uint32_t capacity, std::wstring& text) = 0;
+    // ExpandEnvironmentStringsW (its result counts the terminator).
+    virtual std::uint32_t ExpandEnvironment(const std::wstring& source, std::uint32_t capacity,
+                                            std::wstring& text) = 0;
+    // GetModuleFileNameW of the module that holds this code (the control's DLL, or the test
+    // program), so that files shipped beside it can be found.
+    virtual std::uint32_t OwnModuleFileName(std::uint32_t capacity, std::wstring& path) = 0;
 };
 
 }  // namespace rigel::os

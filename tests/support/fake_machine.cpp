@@ -20,6 +20,7 @@ os::Services ServicesOf(FakeMachine& machine) {
     services.wmi = &machine.wmi;
     services.cpu = &machine.cpu;
     services.systemInfo = &machine.systemInfo;
+    services.deviceIo = &machine.deviceIo;
     return services;
 }
 

@@ -6,6 +6,7 @@
 #include "os/fake/fake_clock.h"
 #include "os/fake/fake_cpu.h"
 #include "os/fake/fake_debug_output.h"
+#include "os/fake/fake_device_io.h"
 #include "os/fake/fake_http.h"
 #include "os/fake/fake_registry.h"
 #include "os/fake/fake_system_info.h"
@@ -32,6 +33,7 @@ class FakeMachine {
     os::FakeWmi wmi;
     os::FakeCpu cpu;
     os::FakeSystemInfo systemInfo;
+    os::FakeDeviceIo deviceIo;
 
     // Every log line written so far, without its line feed.
     std::vector<std::wstring> LogLines() const;

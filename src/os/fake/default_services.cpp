@@ -4,6 +4,7 @@
 #include "os/debug_output.h"
 #include "os/fake/fake_clock.h"
 #include "os/fake/fake_cpu.h"
+#include "os/fake/fake_device_io.h"
 #include "os/fake/fake_http.h"
 #include "os/fake/fake_registry.h"
 #include "os/fake/fake_system_info.h"
@@ -36,6 +37,8 @@ Services DefaultServices() {
     services.wmi = &wmi;
     services.cpu = &cpu;
     services.systemInfo = &systemInfo;
+    static FakeDeviceIo deviceIo;
+    services.deviceIo = &deviceIo;
     return services;
 }
 

@@ -29,6 +29,11 @@ class FakeSystemInfo : public SystemInfo {
     PowerCapabilities powerCapabilities;
     std::int32_t guidStatus = 0;
     std::wstring guidText = L"{00000000-0000-0000-0000-000000000000}";
+    std::wstring windowsDirectory = L"C:\\Windows";
+    std::wstring systemDirectory = L"C:\\Windows\\system32";
+    std::wstring moduleFileName = L"C:\\Program Files\\Rigel\\rigel_detection.dll";
+    // Names (without the percent signs, matched exactly) and their values.
+    std::map<std::wstring, std::wstring> environment;
 
     bool GetVersion(OsVersion& out) override {
         if (versionSucceeds) out = version;
@@ -62,6 +67,58 @@ class FakeSystemInfo : public SystemInfo {
     std::int32_t CreateGuidText(std::wstring& text) override {
         if (guidStatus >= 0) text = guidText;
         return guidStatus;
+    }
+    std::uint32_t WindowsDirectory(std::uint32_t capacity, std::wstring& text) override {
+        return Fill(windowsDirectory, capacity, text, false);
+    }
+    std::uint32_t SystemDirectory(std::uint32_t capacity, std::wstring& text) override {
+        return Fill(systemDirectory, capacity, text, false);
+    }
+    std::uint32_t ExpandEnvironment(const std::wstring& source, std::uint32_t capacity,
+                                    std::wstring& text) override {
+        return Fill(Expand(source), capacity, text, true);
+    }
+    std::uint32_t OwnModuleFileName(std::uint32_t capacity, std::wstring& path) override {
+        // GetModuleFileNameW truncates instead of asking for more.
+        if (capacity == 0) return 0;
+        path = moduleFileName.substr(0, capacity - 1);
+        return static_cast<std::uint32_t>(path.size());
+    }
+
+    // %NAME% replaced by its value; unknown names stay as written, as in Windows.
+    std::wstring Expand(const std::wstring& source) const {
+        std::wstring out;
+        std::size_t pos = 0;
+        while (pos < source.size()) {
+            const std::size_t open = source.find(L'%', pos);
+            const std::size_t close =
+                open == std::wstring::npos ? std::wstring::npos : source.find(L'%', open + 1);
+            if (close == std::wstring::npos) {
+                out += source.substr(pos);
+                break;
+            }
+            out += source.substr(pos, open - pos);
+            auto found = environment.find(source.substr(open + 1, close - open - 1));
+            if (found != environment.end()) {
+                out += found->second;
+                pos = close + 1;
+            } else {
+                out += source.substr(open, close - open);
+                pos = close;
+            }
+        }
+        return out;
+    }
+
+  private:
+    // The Windows buffer protocol: the size needed (with the terminator) when it does not fit;
+    // otherwise the length, which counts the terminator for the environment call alone.
+    static std::uint32_t Fill(const std::wstring& value, std::uint32_t capacity, std::wstring& text,
+                              bool countTerminator) {
+        const auto needed = static_cast<std::uint32_t>(value.size() + 1);
+        if (needed > capacity) return needed;
+        text = value;
+        return countTerminator ? needed : needed - 1;
     }
 };
 

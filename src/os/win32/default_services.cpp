@@ -2,6 +2,7 @@
 #include "os/win32/win32_clock.h"
 #include "os/win32/win32_cpu.h"
 #include "os/win32/win32_debug_output.h"
+#include "os/win32/win32_device_io.h"
 #include "os/win32/win32_http.h"
 #include "os/win32/win32_registry.h"
 #include "os/win32/win32_system_info.h"
@@ -22,6 +23,8 @@ Services DefaultServices() {
     services.wmi = &wmi;
     services.cpu = &cpu;
     services.systemInfo = &systemInfo;
+    static Win32DeviceIo deviceIo;
+    services.deviceIo = &deviceIo;
     return services;
 }
 

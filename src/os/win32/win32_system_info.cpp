@@ -99,4 +99,49 @@ std::int32_t Win32SystemInfo::CreateGuidText(std::wstring& text) {
     return status;
 }
 
+namespace {
+
+// Runs one buffer-filling call and keeps the text when it fit.
+template <typename Call>
+std::uint32_t FillFrom(std::uint32_t capacity, std::wstring& text, Call call) {
+    std::wstring buffer(capacity, L'\0');
+    const std::uint32_t result = call(buffer.data(), capacity);
+    if (result != 0 && result < capacity) text.assign(buffer.c_str());
+    return result;
+}
+
+}  // namespace
+
+std::uint32_t Win32SystemInfo::WindowsDirectory(std::uint32_t capacity, std::wstring& text) {
+    return FillFrom(capacity, text,
+                    [](wchar_t* buffer, UINT size) { return GetWindowsDirectoryW(buffer, size); });
+}
+
+std::uint32_t Win32SystemInfo::SystemDirectory(std::uint32_t capacity, std::wstring& text) {
+    return FillFrom(capacity, text,
+                    [](wchar_t* buffer, UINT size) { return GetSystemDirectoryW(buffer, size); });
+}
+
+std::uint32_t Win32SystemInfo::ExpandEnvironment(const std::wstring& source, std::uint32_t capacity,
+                                                 std::wstring& text) {
+    std::wstring buffer(capacity, L'\0');
+    const DWORD result = ExpandEnvironmentStringsW(source.c_str(), buffer.data(), capacity);
+    if (result != 0 && result <= capacity) text.assign(buffer.c_str());
+    return result;
+}
+
+std::uint32_t Win32SystemInfo::OwnModuleFileName(std::uint32_t capacity, std::wstring& path) {
+    static const int anchor = 0;  // any address inside this module
+    HMODULE module = nullptr;
+    const auto flags =
+        GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT;
+    if (!GetModuleHandleExW(flags, reinterpret_cast<LPCWSTR>(&anchor), &module)) {
+        return 0;
+    }
+    std::wstring buffer(capacity, L'\0');
+    const DWORD result = GetModuleFileNameW(module, buffer.data(), capacity);
+    path.assign(buffer.c_str());
+    return result;
+}
+
 }  // namespace rigel::os

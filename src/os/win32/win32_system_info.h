@@ -18,6 +18,11 @@ class Win32SystemInfo : public SystemInfo {
     void GlobalMemoryStatus(MemoryStatus& status) override;
     bool GetPowerCapabilities(PowerCapabilities& capabilities) override;
     std::int32_t CreateGuidText(std::wstring& text) override;
+    std::uint32_t WindowsDirectory(std::uint32_t capacity, std::wstring& text) override;
+    std::uint32_t SystemDirectory(std::uint32_t capacity, std::wstring& text) override;
+    std::uint32_t ExpandEnvironment(const std::wstring& source, std::uint32_t capacity,
+                                    std::wstring& text) override;
+    std::uint32_t OwnModuleFileName(std::uint32_t capacity, std::wstring& path) override;
 };
 
 }  // namespace rigel::os
