@@ -17,19 +17,6 @@ namespace {
 constexpr std::uint32_t kIntelProcessorValue = 71256;
 constexpr std::size_t kNone = std::wstring::npos;
 
-// Group number (at most 32 bits) in the high half, index in the low half.
-std::uint64_t KeyOf(const SystemValueID& id) { return id.group.GetNumber() << 32 | id.index; }
-
-constexpr std::size_t kFreeSlot = std::numeric_limits<std::size_t>::max();
-constexpr std::size_t kFirstTableSize = 64;
-
-// Spreads neighbouring keys over the table (the finaliser of splitmix64).
-std::size_t HashOf(std::uint64_t key) {
-    key = (key ^ (key >> 30)) * 0xBF58476D1CE4E5B9u;
-    key = (key ^ (key >> 27)) * 0x94D049BB133111EBu;
-    return static_cast<std::size_t>(key ^ (key >> 31));
-}
-
 // Positions in log lines are signed: a failed search reads -1.
 long long Signed(std::size_t position) {
     return position == kNone ? -1 : static_cast<long long>(position);
@@ -117,7 +104,8 @@ void SystemValues::AddValue(SystemValue value) {
     }
     values_.push_back(std::move(value));
     try {
-        IndexLastValue();
+        const SystemValueID& id = values_.back().id;
+        index_.Insert(id.group.GetNumber(), id.index, values_.size() - 1);
     } catch (...) {
         values_.pop_back();
         throw;
@@ -254,33 +242,8 @@ Exception SystemValues::LookupFailure(Lookup lookup, const SystemValueID& id,
 }
 
 std::size_t SystemValues::Find(const SystemValueID& id) const {
-    if (slots_.empty()) return values_.size();
-    const std::uint64_t key = KeyOf(id);
-    const std::size_t mask = slots_.size() - 1;
-    for (std::size_t slot = HashOf(key) & mask;; slot = (slot + 1) & mask) {
-        if (slots_[slot].position == kFreeSlot) return values_.size();
-        if (slots_[slot].key == key) return slots_[slot].position;
-    }
-}
-
-void SystemValues::IndexLastValue() {
-    // At most half the slots are used, so every probe sequence soon meets a free slot.
-    if (values_.size() * 2 > slots_.size()) {
-        std::vector<Slot> larger(std::max(kFirstTableSize, slots_.size() * 2), Slot{0, kFreeSlot});
-        for (std::size_t position = 0; position < values_.size(); ++position) {
-            Place(larger, KeyOf(values_[position].id), position);
-        }
-        slots_.swap(larger);
-        return;
-    }
-    Place(slots_, KeyOf(values_.back().id), values_.size() - 1);
-}
-
-void SystemValues::Place(std::vector<Slot>& slots, std::uint64_t key, std::size_t position) {
-    const std::size_t mask = slots.size() - 1;
-    std::size_t slot = HashOf(key) & mask;
-    while (slots[slot].position != kFreeSlot) slot = (slot + 1) & mask;
-    slots[slot] = Slot{key, position};
+    const std::size_t position = index_.Find(id.group.GetNumber(), id.index);
+    return position == ValueIndex::kNone ? values_.size() : position;
 }
 
 }  // namespace rigel

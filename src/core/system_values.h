@@ -9,6 +9,7 @@
 #include "core/exception.h"
 #include "core/system_value.h"
 #include "core/system_value_id.h"
+#include "core/value_index.h"
 
 namespace rigel {
 
@@ -71,23 +72,12 @@ class SystemValues {
     static Exception LookupFailure(Lookup lookup, const SystemValueID& id,
                                    const std::exception& failure);
 
-    // An open-addressing table from identifier key to position in values_: no allocation per
-    // entry and a rebuild that reads values_ in order keep large stores cheap.
-    struct Slot {
-        std::uint64_t key;
-        std::size_t position;
-    };
-
     // Position of the entry with the identifier in values_, or values_.size() when there is
     // none.
     std::size_t Find(const SystemValueID& id) const;
-    // Files the last entry of values_ in the table.
-    void IndexLastValue();
-    // Puts the key in the first free slot of its probe sequence; the table size is a power of 2.
-    static void Place(std::vector<Slot>& slots, std::uint64_t key, std::size_t position);
 
     std::vector<SystemValue> values_;
-    std::vector<Slot> slots_;
+    ValueIndex index_;
 };
 
 }  // namespace rigel

@@ -211,5 +211,23 @@ TEST_F(SystemValuesTest, ManyValuesKeepTheirOrderAndPlaces) {
     }
 }
 
+// Indexes far apart, out of order and at the 32-bit limit: each is found again, replaced in place
+// and never filed twice, whichever way the store first filed it.
+TEST_F(SystemValuesTest, ScatteredIndexesAreFoundAndReplacedWhereverTheyWereFiled) {
+    const std::vector<std::uint32_t> indexes = {0, 200, 4294967295u, 1, 150, 199, 201, 90000, 300};
+    for (std::uint32_t index : indexes) values.AddValue(71000, index, L"first");
+    for (std::uint32_t index = 0; index < 260; ++index) values.AddValue(71000, index, L"dense");
+    for (std::uint32_t index : indexes) values.AddValue(71000, index, std::to_wstring(index));
+
+    EXPECT_EQ(values.Values().size(), 260u + 3u);
+    for (std::uint32_t index : indexes) {
+        EXPECT_EQ(values.GetValue(ID(71000, index)).text, std::to_wstring(index));
+    }
+    EXPECT_EQ(values.Values()[1].id, ID(71000, 200));
+    EXPECT_EQ(values.Values()[2].id, ID(71000, 4294967295u));
+    EXPECT_FALSE(values.Exists(ID(71000, 4294967294u)));
+    EXPECT_FALSE(values.Exists(ID(71001, 0)));
+}
+
 }  // namespace
 }  // namespace rigel
