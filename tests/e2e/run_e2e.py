@@ -570,6 +570,89 @@ class SessionInVBScript(SessionScenario, unittest.TestCase):
     script = "session.vbs"
 
 
+def report_values(report):
+    """The report's values by "id#index", unescaped."""
+    values = {}
+    for index, group, text in re.findall(
+            r'<group index="(\d+)" id="(\d+)"><value>(.*?)</value></group>', report):
+        values["%s#%s" % (group, index)] = (text.replace("&lt;", "<").replace("&gt;", ">")
+                                            .replace("&amp;", "&"))
+    return values
+
+
+def size_in_bytes(text):
+    """A size text such as "23.5 GB" in bytes."""
+    number, unit = text.split(" ")
+    return float(number) * 1024 ** ["B", "KB", "MB", "GB", "TB"].index(unit)
+
+
+def proc_meminfo_bytes(name):
+    with open("/proc/meminfo", encoding="ascii") as handle:
+        for line in handle:
+            key, _, rest = line.partition(":")
+            if key == name:
+                return int(rest.split()[0]) * 1024
+    raise KeyError(name)
+
+
+# Registry values staged before the machine scenario: (key, value name, data).
+STAGED_BROWSERS = [
+    ("HKLM\\SOFTWARE\\Mozilla\\Mozilla Firefox", "CurrentVersion", "45.0.2 (en-US)"),
+    ("HKLM\\SOFTWARE\\Apple Computer, Inc.\\Safari", "Version", "5.34.57.2"),
+]
+USER_AGENT = ("Mozilla/5.0 (Windows NT 6.1; Win64; x64) AppleWebKit/537.36 (KHTML, like Gecko) "
+              "Chrome/49.0.2623.112 Safari/537.36")
+
+
+class StagedMachine(unittest.TestCase):
+    """One detection pass with the real services on Wine's machine, a staged browser profile and
+    the report compared with what the host itself says."""
+
+    @classmethod
+    def setUpClass(cls):
+        for key, name, data in STAGED_BROWSERS:
+            code, output = ENV.wine("reg", "add", key, "/v", name, "/t", "REG_SZ", "/d", data,
+                                    "/f")
+            if code != 0:
+                raise RuntimeError("reg add %s failed: %r" % (key, output))
+        cls.scenario = ENV.run_scenario("machine.js", USER_AGENT)
+        cls.values = report_values(cls.scenario.results.get("report", ""))
+
+    def test_script_ran_without_error(self):
+        self.assertEqual(self.scenario.exit_code, 0, self.scenario.describe())
+        self.assertNotIn("error", self.scenario.results)
+
+    def test_memory_is_the_hosts(self):
+        # Wine reports the host's memory; one decimal of the printed unit is the tolerance.
+        total = size_in_bytes(self.values["71063#0"])
+        unit = 1024 ** 3
+        self.assertAlmostEqual(total / unit, proc_meminfo_bytes("MemTotal") / unit, delta=0.051)
+        self.assertEqual(self.values["71174#0"], "")
+
+    def test_operating_system_is_wines_windows_7(self):
+        self.assertEqual(self.values["71060#0"],
+                         "Microsoft Windows 7 Service Pack 1 (build 7601), 64-bit")
+        self.assertEqual([self.values[key] for key in ("71309#0", "71264#0", "71276#0")],
+                         ["6.1.7601", "Yes", "No"])
+        self.assertRegex(self.values["71207#0"], "^%s$" % COMPUTER_ID_PATTERN.pattern)
+
+    def test_staged_browsers_follow_wines_own_and_chrome_is_in_use(self):
+        # Wine ships its own Internet Explorer entry; the staged two come after it.
+        installed = [(self.values["71353#%d" % i], self.values["71352#%d" % i]) for i in range(3)]
+        self.assertEqual(installed[1:], [("Firefox", "45.0.2 (en-US)"), ("Safari", "5.34.57.2")])
+        self.assertEqual(installed[0][0], "Internet Explorer")
+        self.assertNotIn("71353#3", self.values)
+        flags = {key: self.values[key + "#0"] for key in
+                 ("71407", "71456", "71447", "71448", "71449", "71450", "71451", "71460")}
+        self.assertEqual(flags, {"71407": "Yes", "71456": "Yes", "71447": "Chrome",
+                                 "71448": "No", "71449": "Yes", "71450": "No", "71451": "No",
+                                 "71460": ""})
+
+    def test_bios_and_board_are_wines(self):
+        self.assertEqual([self.values[key] for key in ("71073#0", "71294#0", "71171#0")],
+                         ["Default System BIOS", "The Wine Project", "Intel Corporation"])
+
+
 class DeadService(unittest.TestCase):
     """Every member with nothing listening on the service's port."""
 
@@ -624,7 +707,8 @@ class Unregistration(unittest.TestCase):
             self.assertFalse(key_exists(key), key)
 
 
-ORDER = [Registration, Basics, SessionInJScript, SessionInVBScript, DeadService, Unregistration]
+ORDER = [Registration, Basics, SessionInJScript, SessionInVBScript, StagedMachine, DeadService,
+         Unregistration]
 
 
 # ---------------------------------------------------------------------------------------------
