@@ -192,6 +192,7 @@ TEST(Win32SetupApiTest, TheSetupSourceReadsWinesMachine) {
     std::vector<GpuInfo> adapters;
     lib.GetGpuInfo(adapters);
     ASSERT_EQ(adapters.size(), 1u);
+    EXPECT_STREQ(adapters[0].name.ToString(), L"Wine Adapter");
     EXPECT_EQ(adapters[0].deviceID.GetVendor(), 0u);
     EXPECT_FALSE(adapters[0].twoPartId.Get());
     std::vector<CDRomInfo> drives;
