@@ -7,7 +7,10 @@ class Cpu;
 class DebugOutput;
 class DeviceIo;
 class Http;
+class ProcessLauncher;
 class Registry;
+class ServiceControl;
+class SharedMemory;
 class SystemInfo;
 class Wmi;
 
@@ -22,6 +25,9 @@ struct Services {
     Cpu* cpu = nullptr;
     SystemInfo* systemInfo = nullptr;
     DeviceIo* deviceIo = nullptr;
+    ServiceControl* serviceControl = nullptr;
+    ProcessLauncher* processLauncher = nullptr;
+    SharedMemory* sharedMemory = nullptr;
 };
 
 // The services in effect.

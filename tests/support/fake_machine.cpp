@@ -3,6 +3,7 @@
 #include "core/components.h"
 #include "core/system.h"
 #include "detect/platform/cpuid.h"
+#include "detect/platform/intel_driver.h"
 #include "detect/platform/registry.h"
 #include "detect/platform/wmi.h"
 #include "diag/log.h"
@@ -21,6 +22,9 @@ os::Services ServicesOf(FakeMachine& machine) {
     services.cpu = &machine.cpu;
     services.systemInfo = &machine.systemInfo;
     services.deviceIo = &machine.deviceIo;
+    services.serviceControl = &machine.serviceControl;
+    services.processLauncher = &machine.processLauncher;
+    services.sharedMemory = &machine.sharedMemory;
     return services;
 }
 
@@ -32,6 +36,7 @@ void FreshProcessState() {
     WMI::DestroyInstanceForTesting();
     CPUID::DestroyInstanceForTesting();
     Registry::DestroyInstanceForTesting();
+    IntelDriver::DestroyInstanceForTesting();
     Log::DestroyInstanceForTesting();
     SharedText::ClearAll();
 }

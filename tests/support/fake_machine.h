@@ -8,7 +8,10 @@
 #include "os/fake/fake_debug_output.h"
 #include "os/fake/fake_device_io.h"
 #include "os/fake/fake_http.h"
+#include "os/fake/fake_process_launcher.h"
 #include "os/fake/fake_registry.h"
+#include "os/fake/fake_service_control.h"
+#include "os/fake/fake_shared_memory.h"
 #include "os/fake/fake_system_info.h"
 #include "os/fake/fake_wmi.h"
 #include "os/scoped_services.h"
@@ -34,6 +37,9 @@ class FakeMachine {
     os::FakeCpu cpu;
     os::FakeSystemInfo systemInfo;
     os::FakeDeviceIo deviceIo;
+    os::FakeServiceControl serviceControl;
+    os::FakeProcessLauncher processLauncher;
+    os::FakeSharedMemory sharedMemory;
 
     // Every log line written so far, without its line feed.
     std::vector<std::wstring> LogLines() const;
