@@ -27,17 +27,14 @@ class ServiceControl {
     static constexpr std::uint32_t kManagerAllAccess = 0xF003F;  // SC_MANAGER_ALL_ACCESS
     static constexpr std::uint32_t kServiceAllAccess = 0xF01FF;  // SERVICE_ALL_ACCESS
     static constexpr std::uint32_t kKernelDriver = 1;            // SERVICE_KERNEL_DRIVER
-    static constexpr std::uint32_t kWin32OwnProcess = 0x10;      // SERVICE_WIN32_OWN_PROCESS
     static constexpr std::uint32_t kDemandStart = 3;             // SERVICE_DEMAND_START
     static constexpr std::uint32_t kErrorNormal = 1;             // SERVICE_ERROR_NORMAL
     static constexpr std::uint32_t kControlStop = 1;             // SERVICE_CONTROL_STOP
 
-    static constexpr std::uint32_t kErrorAccessDenied = 5;        // ERROR_ACCESS_DENIED
-    static constexpr std::uint32_t kErrorAlreadyRunning = 1056;   // ..._SERVICE_ALREADY_RUNNING
-    static constexpr std::uint32_t kErrorNotActive = 1062;        // ERROR_SERVICE_NOT_ACTIVE
-    static constexpr std::uint32_t kErrorDoesNotExist = 1060;     // ..._SERVICE_DOES_NOT_EXIST
-    static constexpr std::uint32_t kErrorServiceExists = 1073;    // ERROR_SERVICE_EXISTS
-    static constexpr std::uint32_t kErrorMarkedForDelete = 1072;  // ERROR_SERVICE_MARKED_...
+    static constexpr std::uint32_t kErrorAlreadyRunning = 1056;  // ERROR_SERVICE_ALREADY_RUNNING
+    static constexpr std::uint32_t kErrorNotActive = 1062;       // ERROR_SERVICE_NOT_ACTIVE
+    static constexpr std::uint32_t kErrorDoesNotExist = 1060;    // ERROR_SERVICE_DOES_NOT_EXIST
+    static constexpr std::uint32_t kErrorServiceExists = 1073;   // ERROR_SERVICE_EXISTS
 
     virtual ~ServiceControl() = default;
 

@@ -17,7 +17,6 @@ class SharedMemory {
     static constexpr std::uint32_t kMapWrite = 2;              // FILE_MAP_WRITE
     static constexpr std::uint32_t kMapRead = 4;               // FILE_MAP_READ
     static constexpr std::uint32_t kErrorAlreadyExists = 183;  // ERROR_ALREADY_EXISTS
-    static constexpr std::uint32_t kErrorAccessDenied = 5;     // ERROR_ACCESS_DENIED
 
     virtual ~SharedMemory() = default;
 
