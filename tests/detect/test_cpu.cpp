@@ -162,15 +162,6 @@ TEST_F(CpuTest, MicrocodeUpdateAndChipsetVersionFromTheRegistry) {
     EXPECT_EQ(Detected(71393), L"9.1.1.1025");
 }
 
-TEST_F(CpuTest, ProcessorCountAndTheMultiProcessorFlag) {
-    machine.systemInfo.systemInfo.numberOfProcessors = 1;
-    EXPECT_EQ(Detected(71254), L"1");
-    EXPECT_EQ(Detected(71257), L"No");
-    machine.systemInfo.systemInfo.numberOfProcessors = 2;
-    EXPECT_EQ(Detected(71254), L"2");
-    EXPECT_EQ(Detected(71257), L"Yes");
-}
-
 TEST_F(CpuTest, IntelMachineTakesTheDriverValuesFromTheProbeWhenNoServiceCanBeMade) {
     machine.serviceControl.openManagerError = 5;
     machine.processLauncher.programs[L"C:\\Program Files\\Rigel\\cpuprobe.exe"] = [this] {

@@ -221,24 +221,21 @@ TEST_F(IntelDriverTest, EachReadFailsOnItsOwn) {
     EXPECT_EQ(Values(), (Strings{L"7", L"76543210", L"1C3A", L"", L"7", L""}));
 }
 
-TEST_F(IntelDriverTest, NoGraphicsAddressMeansNoMemoryRead) {
+TEST_F(IntelDriverTest, GraphicsTextNeedsAnAddressAndKeepsToTwentyFourBytes) {
     test::DriverStub stub = Chipset();
-    stub.configs[{0, 0x8086, 2, 0, 0xFC, 4}] = {0, 0};
+    stub.memory[0xD0000000] = std::string(24, 'x');
     stub.memory[0] = "never read";
     stub.Install(machine.deviceIo, L"\\\\.\\hwprobe", false);
+    EXPECT_EQ(IntelDriver::Instance().GraphicsText(), std::wstring(24, L'x'));
 
+    test::FreshProcessState();
+    machine.deviceIo = os::FakeDeviceIo{};
+    stub.configs[{0, 0x8086, 2, 0, 0xFC, 4}] = {0, 0};
+    stub.Install(machine.deviceIo, L"\\\\.\\hwprobe", false);
     EXPECT_EQ(IntelDriver::Instance().GraphicsText(), L"");
     for (const auto& call : machine.deviceIo.calls) {
         EXPECT_NE(call.code, IntelDriver::kReadMemoryCode);
     }
-}
-
-TEST_F(IntelDriverTest, TwentyFourTextBytesAtMost) {
-    test::DriverStub stub = Chipset();
-    stub.memory[0xD0000000] = std::string(24, 'x');
-    stub.Install(machine.deviceIo, L"\\\\.\\hwprobe", false);
-
-    EXPECT_EQ(IntelDriver::Instance().GraphicsText(), std::wstring(24, L'x'));
 }
 
 TEST_F(IntelDriverTest, ProbeProgramRunsElevatedAndItsTextAnswers) {
