@@ -7,8 +7,11 @@ class Cpu;
 class DebugOutput;
 class DeviceIo;
 class Http;
+class ProcessLauncher;
 class Registry;
 class SetupApi;
+class ServiceControl;
+class SharedMemory;
 class SystemInfo;
 class Wmi;
 
@@ -24,6 +27,9 @@ struct Services {
     SystemInfo* systemInfo = nullptr;
     DeviceIo* deviceIo = nullptr;
     SetupApi* setupApi = nullptr;
+    ServiceControl* serviceControl = nullptr;
+    ProcessLauncher* processLauncher = nullptr;
+    SharedMemory* sharedMemory = nullptr;
 };
 
 // The services in effect.

@@ -3,9 +3,11 @@
 #include <string>
 #include <vector>
 
+#include "core/system.h"
 #include "detect/platform/mother_board.h"
 #include "detect/stored_values.h"
 #include "support/fake_machine.h"
+#include "values/exists.h"
 
 namespace rigel {
 namespace {
@@ -105,6 +107,24 @@ TEST(MotherBoardTest, RegistryVersionWinsAndWmiFillsTheRest) {
         EXPECT_TRUE(board.Detect());
         EXPECT_EQ(Stored(), c.expected);
     }
+}
+
+TEST(MotherBoardTest, IntelMachineAddsTheFourDriverTexts) {
+    test::FakeMachine machine;
+    machine.serviceControl.openManagerError = 5;
+    machine.processLauncher.programs[L"C:\\Program Files\\Rigel\\cpuprobe.exe"] = [&machine] {
+        machine.sharedMemory.WriteText(L"INTEL_VEGAPROBE_DRIVER",
+                                       L"71394|GT2|71395|4|71396|1C3A|71397|9|71398|1|");
+    };
+    Exists intel(true);
+    System::Instance().GetSystemValues().AddValue(71256, intel);
+
+    MotherBoard board;
+    EXPECT_TRUE(board.Detect());
+    const std::vector<std::wstring> stored = Stored();
+    EXPECT_EQ(
+        std::vector<std::wstring>(stored.end() - 4, stored.end()),
+        (std::vector<std::wstring>{L"71394#0=GT2", L"71395#0=4", L"71396#0=1C3A", L"71397#0=9"}));
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 #include "core/system.h"
 #include "detect/devices/setup_lib.h"
 #include "detect/platform/cpuid.h"
+#include "detect/platform/intel_driver.h"
 #include "detect/platform/registry.h"
 #include "detect/platform/wmi.h"
 #include "diag/log.h"
@@ -23,6 +24,9 @@ os::Services ServicesOf(FakeMachine& machine) {
     services.systemInfo = &machine.systemInfo;
     services.deviceIo = &machine.deviceIo;
     services.setupApi = &machine.setupApi;
+    services.serviceControl = &machine.serviceControl;
+    services.processLauncher = &machine.processLauncher;
+    services.sharedMemory = &machine.sharedMemory;
     return services;
 }
 
@@ -35,6 +39,7 @@ void FreshProcessState() {
     CPUID::DestroyInstanceForTesting();
     Registry::DestroyInstanceForTesting();
     SetupLib::DestroyInstanceForTesting();
+    IntelDriver::DestroyInstanceForTesting();
     Log::DestroyInstanceForTesting();
     SharedText::ClearAll();
 }

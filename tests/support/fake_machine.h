@@ -8,8 +8,11 @@
 #include "os/fake/fake_debug_output.h"
 #include "os/fake/fake_device_io.h"
 #include "os/fake/fake_http.h"
+#include "os/fake/fake_process_launcher.h"
 #include "os/fake/fake_registry.h"
 #include "os/fake/fake_setup_api.h"
+#include "os/fake/fake_service_control.h"
+#include "os/fake/fake_shared_memory.h"
 #include "os/fake/fake_system_info.h"
 #include "os/fake/fake_wmi.h"
 #include "os/scoped_services.h"
@@ -36,6 +39,9 @@ class FakeMachine {
     os::FakeSystemInfo systemInfo;
     os::FakeDeviceIo deviceIo;
     os::FakeSetupApi setupApi{registry};
+    os::FakeServiceControl serviceControl;
+    os::FakeProcessLauncher processLauncher;
+    os::FakeSharedMemory sharedMemory;
 
     // Every log line written so far, without its line feed.
     std::vector<std::wstring> LogLines() const;

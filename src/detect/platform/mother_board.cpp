@@ -6,7 +6,9 @@
 #include <string>
 
 #include "core/group_id.h"
+#include "core/system.h"
 #include "detect/devices/sound_info.h"
+#include "detect/platform/intel_driver.h"
 #include "detect/platform/registry.h"
 #include "detect/platform/wmi.h"
 #include "values/exists.h"
@@ -43,6 +45,16 @@ bool IsLetter(wchar_t c) { return (c >= L'A' && c <= L'Z') || (c >= L'a' && c <=
 
 bool IsDigit(wchar_t c) { return c >= L'0' && c <= L'9'; }
 
+// D1 to D4 from the driver client, on Intel machines only.
+SoundInfo ReadDriverTexts() {
+    SoundInfo board;
+    if (!System::Instance().GetSystemValues().IsIntelCPU()) return board;
+    IntelDriver& driver = IntelDriver::Instance();
+    board.extraTexts = {driver.ChipsetDeviceWord(), driver.ChipsetByte(), driver.HostBridgeByte(),
+                        driver.GraphicsText()};
+    return board;
+}
+
 }  // namespace
 
 MotherBoard::MotherBoard() : Detector(nullptr, L"Error in Motherboard detection.") {}
@@ -65,6 +77,7 @@ void MotherBoard::Run() {
     SoundInfo fromWmi;
     WMI::Instance().GetMotherboardValues(fromWmi);
     Merge(board, fromWmi);
+    Merge(board, ReadDriverTexts());
 
     const auto store = [](std::uint32_t number, const std::wstring& text) {
         Name name(text);

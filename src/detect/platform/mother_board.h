@@ -7,7 +7,8 @@
 namespace rigel {
 
 // The board's manufacturer, product and version: the registry's version first, WMI filling in
-// what the registry left empty; and whether the version is a board part number.
+// what the registry left empty; whether the version is a board part number; and, on Intel
+// machines, four texts from the driver client.
 class MotherBoard : public Detector {
   public:
     MotherBoard();

@@ -6,8 +6,11 @@
 #include "os/fake/fake_cpu.h"
 #include "os/fake/fake_device_io.h"
 #include "os/fake/fake_http.h"
+#include "os/fake/fake_process_launcher.h"
 #include "os/fake/fake_registry.h"
 #include "os/fake/fake_setup_api.h"
+#include "os/fake/fake_service_control.h"
+#include "os/fake/fake_shared_memory.h"
 #include "os/fake/fake_system_info.h"
 #include "os/fake/fake_wmi.h"
 #include "os/services.h"
@@ -42,6 +45,12 @@ Services DefaultServices() {
     services.deviceIo = &deviceIo;
     static FakeSetupApi setupApi(registry);
     services.setupApi = &setupApi;
+    static FakeServiceControl serviceControl;
+    services.serviceControl = &serviceControl;
+    static FakeProcessLauncher processLauncher;
+    services.processLauncher = &processLauncher;
+    static FakeSharedMemory sharedMemory;
+    services.sharedMemory = &sharedMemory;
     return services;
 }
 

@@ -4,8 +4,11 @@
 #include "os/win32/win32_debug_output.h"
 #include "os/win32/win32_device_io.h"
 #include "os/win32/win32_http.h"
+#include "os/win32/win32_process_launcher.h"
 #include "os/win32/win32_registry.h"
 #include "os/win32/win32_setup_api.h"
+#include "os/win32/win32_service_control.h"
+#include "os/win32/win32_shared_memory.h"
 #include "os/win32/win32_system_info.h"
 #include "os/win32/win32_wmi.h"
 
@@ -28,6 +31,12 @@ Services DefaultServices() {
     services.deviceIo = &deviceIo;
     static Win32SetupApi setupApi;
     services.setupApi = &setupApi;
+    static Win32ServiceControl serviceControl;
+    services.serviceControl = &serviceControl;
+    static Win32ProcessLauncher processLauncher;
+    services.processLauncher = &processLauncher;
+    static Win32SharedMemory sharedMemory;
+    services.sharedMemory = &sharedMemory;
     return services;
 }
 
