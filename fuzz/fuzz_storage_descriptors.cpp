@@ -30,7 +30,12 @@ void CheckDescriptorText(const StorageReplies::Bytes& reply, std::size_t field,
     if (offset == 0 || offset >= reply.size()) __builtin_trap();
     if (text->size() > reply.size() - offset) __builtin_trap();
     if (text->find('\0') != std::string::npos) __builtin_trap();
-    if (!std::equal(text->begin(), text->end(), reply.begin() + offset)) __builtin_trap();
+    const auto sameByte = [](char c, std::uint8_t byte) {
+        return static_cast<unsigned char>(c) == byte;
+    };
+    if (!std::equal(text->begin(), text->end(), reply.begin() + offset, sameByte)) {
+        __builtin_trap();
+    }
 }
 
 }  // namespace

@@ -76,9 +76,9 @@ void HardDrive::Run() {
 }
 
 void HardDrive::JoinByModel(std::vector<HardDriveInfo>& setupDisks,
-                            std::vector<HardDriveInfo>& wmiDisks) {
+                            const std::vector<HardDriveInfo>& wmiDisks) {
     for (HardDriveInfo& disk : setupDisks) {
-        for (HardDriveInfo& row : wmiDisks) {
+        for (const HardDriveInfo& row : wmiDisks) {
             if (disk.model == row.model) {
                 disk.deviceName = row.deviceName;
                 disk.index = row.index;

@@ -18,7 +18,7 @@ class HardDrive : public Detector {
     // Takes the device name and index of every WMI disk with exactly the same model; a later
     // match overwrites an earlier one.
     static void JoinByModel(std::vector<HardDriveInfo>& setupDisks,
-                            std::vector<HardDriveInfo>& wmiDisks);
+                            const std::vector<HardDriveInfo>& wmiDisks);
     // Asks each disk of the Setup API's list about itself, in order, and stores what each disk
     // that could be opened said, indexed from 0.
     static void ReportDisks(std::vector<HardDriveInfo>& setupDisks);
