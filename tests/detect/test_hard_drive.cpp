@@ -15,17 +15,25 @@ namespace rigel {
 namespace {
 
 using os::FakeWmi;
+using os::SetupApi;
 using test::FakeDisk;
 using test::Stored;
 
 const std::wstring kDrive0 = L"\\\\.\\PHYSICALDRIVE0";
 const std::wstring kDrive1 = L"\\\\.\\PHYSICALDRIVE1";
 
-HardDriveInfo SetupDisk(const std::wstring& model, const std::wstring& firmware = L"") {
-    HardDriveInfo disk;
-    disk.model = model;
-    disk.firmware = firmware;
-    return disk;
+// A disk the Setup API lists; its firmware (8 characters, or none) ends the hardware identifier.
+void AddSetupDisk(test::FakeMachine& machine, const std::wstring& model,
+                  const std::wstring& firmware = L"") {
+    machine.setupApi.AddDevice(SetupApi::kDiskDriveClass)
+        .Text(SetupApi::kClassName, L"DiskDrive")
+        .Text(SetupApi::kFriendlyName, model)
+        .Text(SetupApi::kHardwareId, firmware.empty() ? L"IDE" : L"IDE\\Disk_" + firmware);
+}
+
+void DetectDisks() {
+    HardDrive drive;
+    EXPECT_TRUE(drive.Detect());
 }
 
 FakeWmi::Row WmiDisk(const std::wstring& model, const std::wstring& name, std::uint32_t index) {
@@ -47,12 +55,13 @@ void DetectOneDisk(test::FakeMachine& machine, const FakeDisk& disk,
                    const std::wstring& setupFirmware = L"") {
     machine.wmi.tables[L"Win32_DiskDrive"] = {WmiDisk(L"Disk", kDrive0, 0)};
     test::AddDisk(machine.deviceIo, kDrive0, disk);
-    std::vector<HardDriveInfo> setupDisks = {SetupDisk(L"Disk", setupFirmware)};
-    HardDrive::ReportDisks(setupDisks);
+    AddSetupDisk(machine, L"Disk", setupFirmware);
+    DetectDisks();
 }
 
 TEST(HardDriveTest, StoresEveryValueOfADiskInOrder) {
     test::FakeMachine machine;
+    Log::Instance().SetLevel(Log::kTrace);
     DetectOneDisk(machine,
                   {test::IdentifyResult("ABC DE5000FGH-01", "01.01A01"), 7,
                    test::DeviceDescriptor(3, " ABC DE50 ", "00FGH-01", "01.01A01"),
@@ -70,6 +79,12 @@ TEST(HardDriveTest, StoresEveryValueOfADiskInOrder) {
     EXPECT_EQ(open.disposition, 3u);
     EXPECT_EQ(open.flags, 0u);
     EXPECT_EQ(machine.deviceIo.OpenCount(), 0u) << "the disk is closed again";
+    const auto messages = machine.LogMessages();
+    for (const wchar_t* line :
+         {L"From Setuplib - model: Disk", L"From Setuplib - firmware: 01.01A01",
+          L"From wmi - model: Disk", L"Vendor: ABC DE50", L"Drive firmware or: 01.01A01"}) {
+        EXPECT_NE(std::find(messages.begin(), messages.end(), line), messages.end()) << line;
+    }
 }
 
 TEST(HardDriveTest, TwoDisksOfOneModelBothTakeTheLastWmiRow) {
@@ -81,8 +96,9 @@ TEST(HardDriveTest, TwoDisksOfOneModelBothTakeTheLastWmiRow) {
                   {{}, 0, test::DeviceDescriptor(11, "", "ZERO", ""), {}});
     test::AddDisk(machine.deviceIo, kDrive1,
                   {{}, 0, test::DeviceDescriptor(11, "", "ONE", ""), {}});
-    std::vector<HardDriveInfo> setupDisks = {SetupDisk(L"ST3500418AS"), SetupDisk(L"ST3500418AS")};
-    HardDrive::ReportDisks(setupDisks);
+    AddSetupDisk(machine, L"ST3500418AS");
+    AddSetupDisk(machine, L"ST3500418AS");
+    DetectDisks();
 
     EXPECT_EQ(ValueOf(L"71431#0"), L"ONE");
     EXPECT_EQ(ValueOf(L"71431#1"), L"ONE");
@@ -103,9 +119,10 @@ TEST(HardDriveTest, UnmatchedOrUnopenedDisksUseNoIndex) {
                                               WmiDisk(L"Here", kDrive0, 0)};
     test::AddDisk(machine.deviceIo, kDrive0,
                   {{}, 0, test::DeviceDescriptor(7, "", "HERE", ""), {}});
-    std::vector<HardDriveInfo> setupDisks = {SetupDisk(L"Unknown"), SetupDisk(L"Gone"),
-                                             SetupDisk(L"Here")};
-    HardDrive::ReportDisks(setupDisks);
+    AddSetupDisk(machine, L"Unknown");
+    AddSetupDisk(machine, L"Gone");
+    AddSetupDisk(machine, L"Here");
+    DetectDisks();
 
     EXPECT_EQ(ValueOf(L"71431#0"), L"HERE");
     EXPECT_EQ(ValueOf(L"71438#0"), L"USB");

@@ -5,6 +5,7 @@
 
 #include "core/group_id.h"
 #include "detect/devices/physical_drive.h"
+#include "detect/devices/setup_lib.h"
 #include "detect/platform/wmi.h"
 #include "diag/log.h"
 #include "diag/scope_trace.h"
@@ -72,6 +73,7 @@ void HardDrive::Initialize() { ScopeTrace trace(L"rigel::HardDrive::Initialize")
 
 void HardDrive::Run() {
     std::vector<HardDriveInfo> setupDisks;
+    SetupLib::Instance().GetHardDriveInfo(setupDisks);
     ReportDisks(setupDisks);
 }
 

@@ -15,6 +15,10 @@ class HardDrive : public Detector {
     HardDrive();
     void Initialize() override;
 
+  protected:
+    void Run() override;
+
+  private:
     // Takes the device name and index of every WMI disk with exactly the same model; a later
     // match overwrites an earlier one.
     static void JoinByModel(std::vector<HardDriveInfo>& setupDisks,
@@ -22,9 +26,6 @@ class HardDrive : public Detector {
     // Asks each disk of the Setup API's list about itself, in order, and stores what each disk
     // that could be opened said, indexed from 0.
     static void ReportDisks(std::vector<HardDriveInfo>& setupDisks);
-
-  protected:
-    void Run() override;
 };
 
 }  // namespace rigel
