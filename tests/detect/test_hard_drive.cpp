@@ -6,9 +6,9 @@
 
 #include "detect/devices/hard_drive.h"
 #include "detect/devices/physical_drive.h"
-#include "detect/fake_disks.h"
 #include "detect/stored_values.h"
 #include "diag/log.h"
+#include "support/fake_disks.h"
 #include "support/fake_machine.h"
 
 namespace rigel {
@@ -186,25 +186,22 @@ TEST(HardDriveTest, LongerOfDiskAndSetupFirmwareWins) {
 TEST(HardDriveTest, IdentifyDataStandsWhereDescriptorsFail) {
     {
         test::FakeMachine machine;
-        Log::Instance().SetLevel(Log::kTrace);
-        test::Bytes identify = test::IdentifyResult("  Intel Raid 0 Volume  ", "");
-        const char firmware[] = {'1', '0', '2', 'X', ' ', ' ', ' ', ' '};
-        std::copy(firmware, firmware + 8, identify.begin() + 16 + 46);
-        DetectOneDisk(machine, {identify, 0, {}, {}});
+        DetectOneDisk(machine,
+                      {test::IdentifyResult("  Intel Raid 0 Volume  ", "01X2"), 0, {}, {}});
         EXPECT_EQ(ValueOf(L"71431#0"), L"Intel Raid 0 Volume");
         EXPECT_EQ(ValueOf(L"71432#0"), L"01X2");
         EXPECT_EQ(ValueOf(L"71434#0"), L"Yes");
         EXPECT_EQ(ValueOf(L"71433#0"), L"No");
         EXPECT_EQ(ValueOf(L"71438#0"), L"");
     }
-    test::FakeMachine failing;
+    test::FakeMachine machine;
     Log::Instance().SetLevel(Log::kTrace);
-    DetectOneDisk(failing, {{}, 7, test::DeviceDescriptor(11, "intel", "X25-M", "02HD"), {}});
+    DetectOneDisk(machine, {{}, 7, test::DeviceDescriptor(11, "intel", "X25-M", "02HD"), {}});
     EXPECT_EQ(ValueOf(L"71431#0"), L"X25-M") << "descriptors still asked after identify failed";
     EXPECT_EQ(ValueOf(L"71434#0"), L"Yes") << "INTEL found in the vendor whatever its case";
     EXPECT_EQ(ValueOf(L"71433#0"), L"Yes");
-    const auto messages = failing.LogMessages();
-    EXPECT_NE(std::find(messages.begin(), messages.end(), L"Error with DeviceIoControl: 1"),
+    const auto messages = machine.LogMessages();
+    EXPECT_NE(std::find(messages.begin(), messages.end(), L"Error with DeviceIoControl: 5"),
               messages.end());
 }
 

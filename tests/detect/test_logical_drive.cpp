@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "detect/devices/logical_drive.h"
-#include "detect/fake_disks.h"
+#include "support/fake_disks.h"
 #include "detect/stored_values.h"
 #include "diag/log.h"
 #include "support/fake_machine.h"

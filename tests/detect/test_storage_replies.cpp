@@ -4,7 +4,7 @@
 #include <string>
 
 #include "detect/devices/storage_replies.h"
-#include "detect/fake_disks.h"
+#include "support/fake_disks.h"
 #include "os/storage_control.h"
 
 namespace rigel {

@@ -2,7 +2,6 @@
 
 #include <cstdint>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "os/device_io.h"
@@ -10,6 +9,7 @@
 #include "os/fake/fake_system_info.h"
 #include "os/storage_control.h"
 #include "os/system_info.h"
+#include "support/fake_disks.h"
 #ifdef _WIN32
 #include "os/win32/win32_device_io.h"
 #include "os/win32/win32_system_info.h"
@@ -19,8 +19,6 @@ namespace rigel::os {
 namespace {
 
 using Bytes = std::vector<std::uint8_t>;
-
-constexpr std::uint32_t kErrorNotSupported = 50;  // ERROR_NOT_SUPPORTED
 
 std::uint32_t Uint32At(const Bytes& bytes, std::size_t offset) {
     return static_cast<std::uint32_t>(bytes[offset] | bytes[offset + 1] << 8 |
@@ -82,11 +80,11 @@ void CheckDiskContract(DeviceIo& io) {
     query[0] = static_cast<std::uint8_t>(storage::kStorageAdapterProperty);
     EXPECT_FALSE(io.Control(disk, storage::kQueryProperty, query.data(), 12, descriptor.data(), 64,
                             returned, error));
-    EXPECT_EQ(error, kErrorNotSupported);
+    EXPECT_EQ(error, test::kErrorNotSupported);
     Bytes media(storage::kMediaTypesBufferSize, 0);
     EXPECT_FALSE(io.Control(disk, storage::kGetMediaTypesEx, nullptr, 0, media.data(),
                             static_cast<std::uint32_t>(media.size()), returned, error));
-    EXPECT_EQ(error, kErrorNotSupported);
+    EXPECT_EQ(error, test::kErrorNotSupported);
     Bytes command(storage::kCommandInSize, 0);
     Bytes result(storage::kCommandOutSize, 0);
     EXPECT_FALSE(io.Control(disk, storage::kSmartRcvDriveData, command.data(), 32, result.data(),
@@ -112,13 +110,6 @@ void CheckDiskContract(DeviceIo& io) {
     EXPECT_EQ(error, DeviceIo::kErrorFileNotFound);
 }
 
-FakeDeviceIo::Reply Reply(Bytes bytes, std::uint32_t error) {
-    FakeDeviceIo::Reply reply;
-    reply.bytes = std::move(bytes);
-    reply.error = error;
-    return reply;
-}
-
 FakeSystemInfo WineVolumes() {
     FakeSystemInfo info;
     const DiskSpace space{40, 100, 60};
@@ -127,30 +118,15 @@ FakeSystemInfo WineVolumes() {
     return info;
 }
 
+// The disk staged as the detector tests stage theirs, and the volume C: on disk 0.
 FakeDeviceIo WineDisk() {
     FakeDeviceIo io;
-    const std::wstring disk = L"\\\\.\\PhysicalDrive0";
-    io.AddDevice(disk);
-    FakeDeviceIo::Reply property;
-    property.responder = [](const Bytes& in) {
-        FakeDeviceIo::Reply reply;
-        if (in.at(0) != storage::kStorageDeviceProperty) {
-            reply.error = kErrorNotSupported;
-            return reply;
-        }
-        reply.bytes.assign(storage::kDeviceDescriptorSize, 0);
-        reply.bytes[0] = reply.bytes[4] = static_cast<std::uint8_t>(storage::kDeviceDescriptorSize);
-        reply.bytes[8] = static_cast<std::uint8_t>(storage::kFileDeviceDisk);
-        reply.bytes[storage::kDeviceBusTypeOffset] = storage::kBusTypeScsi;
-        reply.fillsShortBuffer = true;
-        return reply;
-    };
-    io.SetReply(disk, storage::kQueryProperty, property);
-    io.SetReply(disk, storage::kGetMediaTypesEx, Reply({}, kErrorNotSupported));
-    io.SetReply(disk, storage::kSmartRcvDriveData, Reply({}, DeviceIo::kErrorAccessDenied));
+    test::AddDisk(
+        io, L"\\\\.\\PhysicalDrive0",
+        {{}, 0, test::DeviceDescriptor(storage::kBusTypeScsi, nullptr, nullptr, nullptr), {}});
     io.AddDevice(L"\\\\.\\C:");
     io.SetReply(L"\\\\.\\C:", storage::kGetDeviceNumber,
-                Reply({7, 0, 0, 0, 0, 0, 0, 0, 1, 0, 0, 0}, 0));
+                test::Answer({7, 0, 0, 0, 0, 0, 0, 0, 1, 0, 0, 0}));
     return io;
 }
 

@@ -75,12 +75,17 @@ inline Bytes AdapterDescriptor(std::uint8_t busType) {
     return descriptor;
 }
 
-// A control code's reply of these bytes.
-inline os::FakeDeviceIo::Reply Answer(Bytes bytes) {
+// A control code's reply: these bytes, or the error when it is set.
+inline os::FakeDeviceIo::Reply Answer(Bytes bytes, std::uint32_t error = 0) {
     os::FakeDeviceIo::Reply reply;
     reply.bytes = std::move(bytes);
+    reply.error = error;
     return reply;
 }
+
+// Errors of queries a disk does not answer, as Wine's first disk gives them.
+constexpr std::uint32_t kErrorAccessDenied = 5;   // SMART without administrator rights
+constexpr std::uint32_t kErrorNotSupported = 50;  // ERROR_NOT_SUPPORTED
 
 // What a staged disk answers; an empty reply is a query the disk does not answer.
 struct FakeDisk {
@@ -96,20 +101,20 @@ inline void AddDisk(os::FakeDeviceIo& io, const std::wstring& path, const FakeDi
     namespace storage = os::storage;
     using Reply = os::FakeDeviceIo::Reply;
     io.AddDevice(path);
-    if (!disk.identify.empty())
-        io.SetReply(path, storage::kSmartRcvDriveData, Answer(disk.identify));
+    io.SetReply(path, storage::kSmartRcvDriveData,
+                Answer(disk.identify, disk.identify.empty() ? kErrorAccessDenied : 0));
+    Bytes media;
     if (disk.mediaDeviceType != 0) {
-        Bytes media(16, 0);
+        media.assign(16, 0);
         PutUint32(media, 0, disk.mediaDeviceType);
-        io.SetReply(path, storage::kGetMediaTypesEx, Answer(media));
     }
+    io.SetReply(path, storage::kGetMediaTypesEx,
+                Answer(media, media.empty() ? kErrorNotSupported : 0));
     Reply property;
     property.responder = [device = disk.device, adapter = disk.adapter](const Bytes& in) {
-        const Bytes& answer =
-            in.size() >= 4 && in[0] == storage::kStorageAdapterProperty ? adapter : device;
-        Reply reply;
-        reply.bytes = answer;
-        reply.error = answer.empty() ? 1u : 0u;  // ERROR_INVALID_FUNCTION
+        const bool adapterAsked = !in.empty() && in[0] == storage::kStorageAdapterProperty;
+        Reply reply = Answer(adapterAsked ? adapter : device);
+        if (reply.bytes.empty()) reply.error = kErrorNotSupported;
         reply.fillsShortBuffer = true;
         return reply;
     };
