@@ -74,7 +74,18 @@ void HardDrive::Initialize() { ScopeTrace trace(L"rigel::HardDrive::Initialize")
 void HardDrive::Run() {
     std::vector<HardDriveInfo> setupDisks;
     SetupLib::Instance().GetHardDriveInfo(setupDisks);
-    ReportDisks(setupDisks);
+    LogList(L"From Setuplib", setupDisks, L" - firmware: ", &HardDriveInfo::firmware);
+    std::vector<HardDriveInfo> wmiDisks;
+    WMI::Instance().GetDiskDriveValues(wmiDisks);
+    LogList(L"From wmi", wmiDisks, L" - deviceID: ", &HardDriveInfo::deviceName);
+    JoinByModel(setupDisks, wmiDisks);
+    std::uint32_t index = 0;
+    for (HardDriveInfo& disk : setupDisks) {
+        PhysicalDriveInfo drive;
+        if (PhysicalDrive::GetPhysicalDeviceInfo(disk.deviceName.ToString(), disk.index, drive)) {
+            StoreDisk(drive, disk.firmware.ToString(), index++);
+        }
+    }
 }
 
 void HardDrive::JoinByModel(std::vector<HardDriveInfo>& setupDisks,
@@ -89,48 +100,34 @@ void HardDrive::JoinByModel(std::vector<HardDriveInfo>& setupDisks,
     }
 }
 
-void HardDrive::ReportDisks(std::vector<HardDriveInfo>& setupDisks) {
-    LogList(L"From Setuplib", setupDisks, L" - firmware: ", &HardDriveInfo::firmware);
-    std::vector<HardDriveInfo> wmiDisks;
-    WMI::Instance().GetDiskDriveValues(wmiDisks);
-    LogList(L"From wmi", wmiDisks, L" - deviceID: ", &HardDriveInfo::deviceName);
-    JoinByModel(setupDisks, wmiDisks);
-
-    const auto storeName = [](std::uint32_t group, const std::wstring& text, std::uint32_t index) {
+void HardDrive::StoreDisk(const PhysicalDriveInfo& drive, const std::wstring& setupFirmware,
+                          std::uint32_t index) {
+    const auto storeName = [index](std::uint32_t group, const std::wstring& text) {
         Name name(text);
         AddValue(GroupID(group), name, index);
     };
-    const auto storeFlag = [](std::uint32_t group, bool flag, std::uint32_t index) {
+    const auto storeFlag = [index](std::uint32_t group, bool flag) {
         Exists exists(flag);
         AddValue(GroupID(group), exists, index);
     };
-    std::uint32_t index = 0;
-    for (HardDriveInfo& disk : setupDisks) {
-        PhysicalDriveInfo drive;
-        if (!PhysicalDrive::GetPhysicalDeviceInfo(disk.deviceName.ToString(), disk.index, drive)) {
-            continue;
-        }
-        const std::wstring setupFirmware = disk.firmware.ToString();
-        storeName(kFirmware, ChosenFirmware(drive.firmware, setupFirmware), index);
-        storeName(kModel, drive.model, index);
-        storeName(kVendor, drive.vendor, index);
-        Count driveNumber(drive.driveNumber);
-        AddValue(GroupID(kDriveNumber), driveNumber, index);
-        storeFlag(kIntel, drive.isIntel, index);
-        storeFlag(kDiskDevice, drive.isDiskDevice, index);
-        storeFlag(kSsd, drive.isSsd, index);
-        const std::uint8_t bus = drive.busType;
-        storeName(kBusName, BusTypeText(bus), index);
-        storeFlag(kSata, bus == storage::kBusTypeSata, index);
-        storeFlag(kAta, bus == storage::kBusTypeAta, index);
-        storeFlag(kScsi, bus == storage::kBusTypeScsi || bus == storage::kBusTypeIScsi, index);
-        storeFlag(kUsb, bus == storage::kBusTypeUsb, index);
-        storeFlag(kRaid, bus == storage::kBusTypeRaid, index);
-        Log& log = Log::Instance();
-        log.Line(Log::kTrace, L"Drive firmware: ", drive.firmware);
-        log.Line(Log::kTrace, L"Drive firmware or: ", setupFirmware);
-        ++index;
-    }
+    storeName(kFirmware, ChosenFirmware(drive.firmware, setupFirmware));
+    storeName(kModel, drive.model);
+    storeName(kVendor, drive.vendor);
+    Count driveNumber(drive.driveNumber);
+    AddValue(GroupID(kDriveNumber), driveNumber, index);
+    storeFlag(kIntel, drive.isIntel);
+    storeFlag(kDiskDevice, drive.isDiskDevice);
+    storeFlag(kSsd, drive.isSsd);
+    const std::uint8_t bus = drive.busType;
+    storeName(kBusName, BusTypeText(bus));
+    storeFlag(kSata, bus == storage::kBusTypeSata);
+    storeFlag(kAta, bus == storage::kBusTypeAta);
+    storeFlag(kScsi, bus == storage::kBusTypeScsi || bus == storage::kBusTypeIScsi);
+    storeFlag(kUsb, bus == storage::kBusTypeUsb);
+    storeFlag(kRaid, bus == storage::kBusTypeRaid);
+    Log& log = Log::Instance();
+    log.Line(Log::kTrace, L"Drive firmware: ", drive.firmware);
+    log.Line(Log::kTrace, L"Drive firmware or: ", setupFirmware);
 }
 
 }  // namespace rigel

@@ -1,9 +1,12 @@
 #pragma once
 
+#include <cstdint>
+#include <string>
 #include <vector>
 
 #include "core/detector.h"
 #include "detect/devices/hard_drive_info.h"
+#include "detect/devices/physical_drive_info.h"
 
 namespace rigel {
 
@@ -23,9 +26,10 @@ class HardDrive : public Detector {
     // match overwrites an earlier one.
     static void JoinByModel(std::vector<HardDriveInfo>& setupDisks,
                             const std::vector<HardDriveInfo>& wmiDisks);
-    // Asks each disk of the Setup API's list about itself, in order, and stores what each disk
-    // that could be opened said, indexed from 0.
-    static void ReportDisks(std::vector<HardDriveInfo>& setupDisks);
+    // Stores what one disk said about itself under the index, its firmware text unless the Setup
+    // API's is longer.
+    static void StoreDisk(const PhysicalDriveInfo& drive, const std::wstring& setupFirmware,
+                          std::uint32_t index);
 };
 
 }  // namespace rigel
