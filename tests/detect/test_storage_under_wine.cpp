@@ -17,12 +17,12 @@ namespace {
 TEST(StorageUnderWine, FirstDiskAnswersOnlyItsBusType) {
     test::FreshProcessState();
     PhysicalDriveInfo info;
-    info.vendor = L"left alone";
+    info.vendor = L"kept";  // the query clears model and firmware, not the vendor
     ASSERT_TRUE(PhysicalDrive::GetPhysicalDeviceInfo(L"\\\\.\\PhysicalDrive0", 0, info));
     EXPECT_EQ(info.busType, 1) << "SCSI";
     EXPECT_EQ(info.model, L"");
     EXPECT_EQ(info.firmware, L"");
-    EXPECT_EQ(info.vendor, L"left alone") << "no vendor text replaces it";
+    EXPECT_EQ(info.vendor, L"kept") << "no vendor text replaces it";
     EXPECT_FALSE(info.isDiskDevice);
     EXPECT_FALSE(info.isSsd);
     EXPECT_FALSE(info.isIntel);
