@@ -1,8 +1,6 @@
 #include "os/win32/win32_setup_api.h"
 
 #include <windows.h>
-// The member of that name is not the macro that picks the ANSI or wide function.
-#undef LoadLibrary
 
 #include <setupapi.h>
 
