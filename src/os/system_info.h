@@ -41,6 +41,13 @@ struct PowerCapabilities {
     bool batteriesAreShortTerm = false;
 };
 
+// What GetDiskFreeSpaceExW reports for a volume.
+struct DiskSpace {
+    std::uint64_t freeBytesAvailable = 0;  // to the calling user
+    std::uint64_t totalBytes = 0;
+    std::uint64_t totalFreeBytes = 0;
+};
+
 // Facts about the running system, one Windows call per method.
 class SystemInfo {
   public:
@@ -49,6 +56,8 @@ class SystemInfo {
     static constexpr std::uint16_t kArchitectureAmd64 = 9;  // PROCESSOR_ARCHITECTURE_AMD64
     static constexpr std::uint32_t kPlatformNt = 2;         // VER_PLATFORM_WIN32_NT
     static constexpr int kServerR2Metric = 89;              // SM_SERVERR2
+    static constexpr std::uint32_t kDriveNoRootDir = 1;     // DRIVE_NO_ROOT_DIR
+    static constexpr std::uint32_t kDriveFixed = 3;         // DRIVE_FIXED
 
     virtual ~SystemInfo() = default;
 
@@ -90,6 +99,19 @@ class SystemInfo {
     // GetModuleFileNameW of the module that holds this code (the control's DLL, or the test
     // program), so that files shipped beside it can be found.
     virtual std::uint32_t OwnModuleFileName(std::uint32_t capacity, std::wstring& path) = 0;
+
+    // GetLogicalDriveStringsW told of capacity characters (its buffer holds one more). Returns
+    // what the call returns: 0 on failure, the size needed (terminator included) when the roots do
+    // not fit, else their length without the final terminator; then text holds the roots, each
+    // followed by its terminator.
+    virtual std::uint32_t LogicalDriveStrings(std::uint32_t capacity, std::wstring& text) = 0;
+    // GetDriveTypeW.
+    virtual std::uint32_t DriveType(const std::wstring& root) = 0;
+    // GetDiskFreeSpaceExW.
+    virtual bool DiskFreeSpace(const std::wstring& root, DiskSpace& space) = 0;
+    // MultiByteToWideChar from the thread's ANSI code page, into as many UTF-16 units as there
+    // are bytes (always enough). Returns the units written, 0 on failure.
+    virtual std::uint32_t AnsiToWide(const std::string& bytes, std::wstring& text) = 0;
 };
 
 }  // namespace rigel::os

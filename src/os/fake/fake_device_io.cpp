@@ -71,7 +71,7 @@ bool FakeDeviceIo::Control(HDevice device, std::uint32_t code, const void* in, s
         std::min<std::size_t>(answer.bytes.size(), out != nullptr ? outSize : 0));
     if (count > 0) std::memcpy(out, answer.bytes.data(), count);
     returned = count;
-    if (count < answer.bytes.size()) {
+    if (count < answer.bytes.size() && !answer.fillsShortBuffer) {
         error = kErrorMoreData;
         return false;
     }

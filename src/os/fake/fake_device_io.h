@@ -22,6 +22,9 @@ class FakeDeviceIo : public DeviceIo {
         std::uint32_t error = 0;
         // When set, computes the reply from the input bytes instead.
         std::function<Reply(const std::vector<std::uint8_t>& in)> responder;
+        // When set, a reply longer than the buffer fills the buffer and succeeds, as storage
+        // property queries do for a buffer that holds at least the descriptor's header.
+        bool fillsShortBuffer = false;
     };
 
     void AddDevice(const std::wstring& path);

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <map>
 #include <string>
+#include <vector>
 
 #include "os/system_info.h"
 
@@ -34,6 +35,15 @@ class FakeSystemInfo : public SystemInfo {
     std::wstring moduleFileName = L"C:\\Program Files\\Rigel\\rigel_detection.dll";
     // Names (without the percent signs, matched exactly) and their values.
     std::map<std::wstring, std::wstring> environment;
+    // The volumes, listed in this order; a root matches exactly.
+    struct Drive {
+        std::wstring root;  // such as C:\ (with the backslash)
+        std::uint32_t type = kDriveFixed;
+        bool spaceSucceeds = true;
+        DiskSpace space;
+    };
+    std::vector<Drive> drives;
+    bool driveStringsSucceed = true;
 
     bool GetVersion(OsVersion& out) override {
         if (versionSucceeds) out = version;
@@ -85,6 +95,34 @@ class FakeSystemInfo : public SystemInfo {
         return static_cast<std::uint32_t>(path.size());
     }
 
+    std::uint32_t LogicalDriveStrings(std::uint32_t capacity, std::wstring& text) override {
+        if (!driveStringsSucceed) return 0;
+        std::wstring strings;
+        for (const Drive& drive : drives) strings += drive.root + L'\0';
+        const auto length = static_cast<std::uint32_t>(strings.size());
+        // The final terminator must fit in the capacity given; otherwise the room is asked for.
+        if (length + 1 > capacity) return length + 1;
+        text = strings;
+        return length;
+    }
+    std::uint32_t DriveType(const std::wstring& root) override {
+        const Drive* drive = Find(root);
+        return drive != nullptr ? drive->type : kDriveNoRootDir;
+    }
+    bool DiskFreeSpace(const std::wstring& root, DiskSpace& space) override {
+        const Drive* drive = Find(root);
+        if (drive == nullptr || !drive->spaceSucceeds) return false;
+        space = drive->space;
+        return true;
+    }
+    // Each byte as the code point of the same number: code page 1252 outside 0x80 to 0x9F.
+    std::uint32_t AnsiToWide(const std::string& bytes, std::wstring& text) override {
+        if (bytes.empty()) return 0;  // as MultiByteToWideChar refuses an empty input
+        text.clear();
+        for (char c : bytes) text.push_back(static_cast<wchar_t>(static_cast<unsigned char>(c)));
+        return static_cast<std::uint32_t>(text.size());
+    }
+
     // %NAME% replaced by its value; unknown names stay as written, as in Windows.
     std::wstring Expand(const std::wstring& source) const {
         std::wstring out;
@@ -111,6 +149,13 @@ class FakeSystemInfo : public SystemInfo {
     }
 
   private:
+    const Drive* Find(const std::wstring& root) const {
+        for (const Drive& drive : drives) {
+            if (drive.root == root) return &drive;
+        }
+        return nullptr;
+    }
+
     // The Windows buffer protocol: the size needed (with the terminator) when it does not fit;
     // otherwise the length, which counts the terminator for the environment call alone.
     static std::uint32_t Fill(const std::wstring& value, std::uint32_t capacity, std::wstring& text,

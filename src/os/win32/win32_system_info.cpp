@@ -144,4 +144,33 @@ std::uint32_t Win32SystemInfo::OwnModuleFileName(std::uint32_t capacity, std::ws
     return result;
 }
 
+std::uint32_t Win32SystemInfo::LogicalDriveStrings(std::uint32_t capacity, std::wstring& text) {
+    std::wstring buffer(static_cast<std::size_t>(capacity) + 1, L'\0');
+    const DWORD result = GetLogicalDriveStringsW(capacity, buffer.data());
+    if (result != 0 && result <= capacity) text.assign(buffer.data(), result);
+    return result;
+}
+
+std::uint32_t Win32SystemInfo::DriveType(const std::wstring& root) {
+    return GetDriveTypeW(root.c_str());
+}
+
+bool Win32SystemInfo::DiskFreeSpace(const std::wstring& root, DiskSpace& space) {
+    ULARGE_INTEGER available{};
+    ULARGE_INTEGER total{};
+    ULARGE_INTEGER totalFree{};
+    if (!GetDiskFreeSpaceExW(root.c_str(), &available, &total, &totalFree)) return false;
+    space = DiskSpace{available.QuadPart, total.QuadPart, totalFree.QuadPart};
+    return true;
+}
+
+std::uint32_t Win32SystemInfo::AnsiToWide(const std::string& bytes, std::wstring& text) {
+    std::wstring buffer(bytes.size(), L'\0');
+    const int count =
+        MultiByteToWideChar(CP_THREAD_ACP, 0, bytes.data(), static_cast<int>(bytes.size()),
+                            buffer.data(), static_cast<int>(buffer.size()));
+    if (count > 0) text.assign(buffer.data(), static_cast<std::size_t>(count));
+    return count > 0 ? static_cast<std::uint32_t>(count) : 0;
+}
+
 }  // namespace rigel::os

@@ -23,6 +23,10 @@ class Win32SystemInfo : public SystemInfo {
     std::uint32_t ExpandEnvironment(const std::wstring& source, std::uint32_t capacity,
                                     std::wstring& text) override;
     std::uint32_t OwnModuleFileName(std::uint32_t capacity, std::wstring& path) override;
+    std::uint32_t LogicalDriveStrings(std::uint32_t capacity, std::wstring& text) override;
+    std::uint32_t DriveType(const std::wstring& root) override;
+    bool DiskFreeSpace(const std::wstring& root, DiskSpace& space) override;
+    std::uint32_t AnsiToWide(const std::string& bytes, std::wstring& text) override;
 };
 
 }  // namespace rigel::os

@@ -1,0 +1,143 @@
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <string>
+
+#include "detect/devices/storage_replies.h"
+#include "support/fake_disks.h"
+#include "os/storage_control.h"
+
+namespace rigel {
+namespace {
+
+namespace storage = os::storage;
+using test::Bytes;
+
+TEST(StorageRepliesTest, IdentifyTextsAreWordSwappedAndTrimmed) {
+    Bytes result = test::IdentifyResult("  WDC WD5000AAKS-00V1A0  ", "", "WD-WCAWF1234567");
+    // The firmware field as the drive stores it: 1 0 2 X, then four blanks.
+    const char firmware[] = {'1', '0', '2', 'X', ' ', ' ', ' ', ' '};
+    std::copy(firmware, firmware + 8,
+              result.begin() + storage::kCommandOutBufferOffset + storage::kIdentifyFirmwareOffset);
+
+    const StorageReplies::Identify identify = StorageReplies::ParseIdentify(result);
+    EXPECT_EQ(identify.firmware, "01X2");
+    EXPECT_EQ(identify.model, "WDC WD5000AAKS-00V1A0");
+    EXPECT_EQ(identify.serial, "WD-WCAWF1234567");
+}
+
+TEST(StorageRepliesTest, ShortIdentifyRepliesReadOnlyWhatArrived) {
+    const Bytes full = test::IdentifyResult("SSD2SC240G", "CC38");
+    // Cut inside the model: the part that arrived is kept, the rest is absent.
+    const std::size_t modelStart = storage::kCommandOutBufferOffset + storage::kIdentifyModelOffset;
+    const Bytes cut(full.begin(), full.begin() + static_cast<std::ptrdiff_t>(modelStart + 4));
+    const StorageReplies::Identify partial = StorageReplies::ParseIdentify(cut);
+    EXPECT_EQ(partial.model, "SSD2");
+    EXPECT_EQ(partial.firmware, "CC38");
+    // An odd cut leaves out the byte whose partner did not arrive.
+    const Bytes odd(full.begin(), full.begin() + static_cast<std::ptrdiff_t>(modelStart + 3));
+    EXPECT_EQ(StorageReplies::ParseIdentify(odd).model, "SS");
+
+    const StorageReplies::Identify none = StorageReplies::ParseIdentify(Bytes(5, 0xFF));
+    EXPECT_EQ(none.model, "");
+    EXPECT_EQ(none.firmware, "");
+}
+
+TEST(StorageRepliesTest, IdentifyCommandAddressesTheDrive) {
+    const Bytes even = StorageReplies::IdentifyCommand(2);
+    ASSERT_EQ(even.size(), 33u);
+    EXPECT_EQ(StorageReplies::ReadUint32(even, 0), 512u);
+    const Bytes registers(even.begin() + 4, even.begin() + 12);
+    EXPECT_EQ(registers, (Bytes{0, 1, 1, 0, 0, 0xA0, 0xEC, 0}));
+    EXPECT_EQ(even[12], 2);
+    const Bytes odd = StorageReplies::IdentifyCommand(0x105);
+    EXPECT_EQ(odd[9], 0xB0) << "the second drive of a channel";
+    EXPECT_EQ(odd[12], 0x05) << "the low 8 bits of the drive number";
+
+    const Bytes result = StorageReplies::IdentifyResultBuffer();
+    ASSERT_EQ(result.size(), 529u);
+    EXPECT_EQ(StorageReplies::ReadUint32(result, 0), 529u);
+}
+
+TEST(StorageRepliesTest, DeviceDescriptorTextsAndBusType) {
+    const Bytes reply = test::DeviceDescriptor(11, "ATA     ", "INTEL SSDSA2M080", "2CV1", "CVPO");
+    const StorageReplies::DeviceDescriptor descriptor =
+        StorageReplies::ParseDeviceDescriptor(reply);
+    EXPECT_EQ(descriptor.busType, 11);
+    EXPECT_EQ(descriptor.vendor, std::string("ATA     "));
+    EXPECT_EQ(descriptor.product, std::string("INTEL SSDSA2M080"));
+    EXPECT_EQ(descriptor.revision, std::string("2CV1"));
+    EXPECT_EQ(descriptor.serial, std::string("CVPO"));
+
+    const StorageReplies::DeviceDescriptor bare =
+        StorageReplies::ParseDeviceDescriptor(test::DeviceDescriptor(1, nullptr, nullptr, ""));
+    EXPECT_EQ(bare.busType, 1);
+    EXPECT_FALSE(bare.vendor.has_value());
+    EXPECT_FALSE(bare.product.has_value());
+    EXPECT_EQ(bare.revision, std::string()) << "present but empty";
+}
+
+TEST(StorageRepliesTest, LyingDescriptorsStayInsideTheReply) {
+    Bytes reply = test::DeviceDescriptor(3, "VEND", "PRODUCT", "REV1");
+    reply.pop_back();  // the last text, the revision, loses its terminator
+    const std::uint32_t revisionAt =
+        StorageReplies::ReadUint32(reply, storage::kDeviceProductRevisionOffset);
+    test::PutUint32(reply, storage::kDeviceProductIdOffset, revisionAt);
+    test::PutUint32(reply, storage::kDeviceProductRevisionOffset, 0xFFFFFFF0u);
+    test::PutUint32(reply, storage::kDeviceVendorIdOffset,
+                    static_cast<std::uint32_t>(reply.size()));
+    const StorageReplies::DeviceDescriptor lying = StorageReplies::ParseDeviceDescriptor(reply);
+    EXPECT_EQ(lying.product, std::string("REV1")) << "runs to the end of the reply";
+    EXPECT_FALSE(lying.vendor.has_value()) << "points just past the end";
+    EXPECT_FALSE(lying.revision.has_value()) << "points far past the end";
+    EXPECT_EQ(lying.busType, 3);
+
+    // The fixed part cut before the bus type and the offsets.
+    const Bytes shortReply(reply.begin(), reply.begin() + 14);
+    const StorageReplies::DeviceDescriptor cut = StorageReplies::ParseDeviceDescriptor(shortReply);
+    EXPECT_EQ(cut.busType, 0);
+    EXPECT_FALSE(cut.vendor.has_value());
+    EXPECT_FALSE(cut.product.has_value());
+
+    EXPECT_EQ(StorageReplies::ParseAdapterBusType(test::AdapterDescriptor(8)), 8);
+    EXPECT_EQ(StorageReplies::ParseAdapterBusType(Bytes(24, 8)), 0) << "bus type not in reply";
+}
+
+TEST(StorageRepliesTest, DescriptorBufferSizeBelievesOnlyPlausibleHeaders) {
+    Bytes header(8, 0);
+    test::PutUint32(header, 4, 1024);
+    EXPECT_EQ(StorageReplies::DescriptorBufferSize(true, header, 40), 1024u);
+    EXPECT_EQ(StorageReplies::DescriptorBufferSize(false, header, 40), 40u);
+    test::PutUint32(header, 4, 12);
+    EXPECT_EQ(StorageReplies::DescriptorBufferSize(true, header, 40), 40u);
+    test::PutUint32(header, 4, 0xFFFFFFFFu);
+    EXPECT_EQ(StorageReplies::DescriptorBufferSize(true, header, 32), 32u);
+    EXPECT_EQ(StorageReplies::DescriptorBufferSize(true, Bytes(6, 0xFF), 40), 40u);
+
+    const Bytes buffer = StorageReplies::DescriptorBuffer(1024, 40);
+    ASSERT_EQ(buffer.size(), 1024u);
+    EXPECT_EQ(StorageReplies::ReadUint32(buffer, 0), 40u);
+    EXPECT_EQ(StorageReplies::ReadUint32(buffer, 4), 1024u);
+
+    const Bytes query = StorageReplies::PropertyQuery(1);
+    EXPECT_EQ(query, (Bytes{1, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0}));
+}
+
+TEST(StorageRepliesTest, MediaTypesAndDeviceNumber) {
+    Bytes media(8, 0);
+    test::PutUint32(media, 0, 7);
+    EXPECT_TRUE(StorageReplies::IsDiskDevice(media));
+    test::PutUint32(media, 0, 2);  // a CD-ROM
+    EXPECT_FALSE(StorageReplies::IsDiskDevice(media));
+    EXPECT_FALSE(StorageReplies::IsDiskDevice(Bytes{7, 0, 0}));
+
+    Bytes number(12, 0);
+    test::PutUint32(number, 0, 7);
+    test::PutUint32(number, 4, 3);
+    test::PutUint32(number, 8, 1);
+    EXPECT_EQ(StorageReplies::ParseDeviceNumber(number), 3u);
+    EXPECT_FALSE(StorageReplies::ParseDeviceNumber(Bytes(7, 1)).has_value());
+}
+
+}  // namespace
+}  // namespace rigel
