@@ -3,6 +3,7 @@
 #include <cstdint>
 
 #include "core/system.h"
+#include "detect/devices/setup_lib.h"
 #include "diag/log.h"
 #include "service/bandwidth.h"
 #include "service/download_speed_test.h"
@@ -31,7 +32,9 @@ NetworkDevice::NetworkDevice()
     : Detector(L"rigel::NetworkDevice::Detect", L"Error in NetworkDevice detection.") {}
 
 void NetworkDevice::Run() {
-    StoreAdapters({});
+    std::vector<NetworkDeviceInfo> adapters;
+    SetupLib::Instance().GetNetworkDeviceInfo(adapters);
+    StoreAdapters(adapters);
     if (IsEnabled(kDownloadSpeed)) MeasureDownload();
     if (IsEnabled(kUploadSpeed)) MeasureUpload();
 }

@@ -13,10 +13,6 @@ class NetworkDevice : public Detector {
   public:
     NetworkDevice();
 
-    // Stores name, hardware identifier, bus 0, media subtypes 1 and 2 and driver version of each
-    // adapter, numbered from 0 in list order.
-    static void StoreAdapters(const std::vector<NetworkDeviceInfo>& adapters);
-
     // The download test file on the content host.
     static std::wstring TestFileUrl();
 
@@ -24,6 +20,9 @@ class NetworkDevice : public Detector {
     void Run() override;
 
   private:
+    // Stores name, hardware identifier, bus 0, media subtypes 1 and 2 and driver version of each
+    // adapter, numbered from 0 in the order the Setup API lists them.
+    static void StoreAdapters(const std::vector<NetworkDeviceInfo>& adapters);
     static void MeasureDownload();
     static void MeasureUpload();
 };

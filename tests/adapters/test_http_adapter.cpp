@@ -18,7 +18,6 @@
 #include <boost/property_tree/ptree.hpp>
 
 #include "core/system.h"
-#include "core/system_value.h"
 #include "os/internet_closer.h"
 #include "os/unique_handle.h"
 #include "os/win32/win32_http.h"
@@ -412,14 +411,15 @@ TEST_F(HttpAdapterTest, NetworkDeviceStoresBothSpeedsWhenTheirGroupsAreEnabled) 
     groups.groups = {GroupID(71069), GroupID(71422)};
     EXPECT_TRUE(NetworkDevice().Detect());
 
-    for (const std::uint32_t group : {71069u, 71422u}) {
-        SystemValue stored;
-        ASSERT_TRUE(
-            session().GetSystemValues().TryGetValue(SystemValueID(GroupID(group), 0), stored))
-            << group;
+    std::vector<std::wstring> speeds;
+    for (const SystemValue& value : session().GetSystemValues().Values()) {
+        const std::wstring id = value.id.ToString();
+        if (id != L"71069#0" && id != L"71422#0") continue;
         // The stored text is the bandwidth's own form.
-        EXPECT_EQ(stored.text, Bandwidth(stored.text).ToString()) << group;
+        EXPECT_EQ(value.text, Bandwidth(value.text).ToString()) << Narrow(id);
+        speeds.push_back(id);
     }
+    EXPECT_EQ(speeds, (std::vector<std::wstring>{L"71069#0", L"71422#0"}));
     const std::vector<Recorded> journal = Journal();
     ASSERT_EQ(journal.size(), 3u);
     EXPECT_EQ(journal[0].RequestLine(), "GET /global/tests/test_2.bin HTTP/1.1");

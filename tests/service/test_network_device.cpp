@@ -6,9 +6,10 @@
 #include <vector>
 
 #include "core/system.h"
-#include "detect/devices/network_device_info.h"
 #include "detect/stored_values.h"
 #include "diag/log.h"
+#include "os/registry.h"
+#include "os/setup_api.h"
 #include "service/network_device.h"
 #include "support/fake_machine.h"
 
@@ -16,6 +17,8 @@ namespace rigel {
 namespace {
 
 using test::Stored;
+
+constexpr os::HKey kMachine = os::Registry::kLocalMachine;
 
 class NetworkDeviceTest : public ::testing::Test {
   protected:
@@ -37,6 +40,29 @@ class NetworkDeviceTest : public ::testing::Test {
         };
     }
 
+    // A network adapter with its driver key and connection settings in the registry.
+    void AddAdapter(const std::wstring& instance, const std::wstring& name,
+                    const std::wstring& hardwareId, const std::wstring& location,
+                    const std::wstring& driverVersion, std::uint32_t mediaSubType) {
+        const std::wstring driverKey = L"{4D36E972-E325-11CE-BFC1-08002BE10318}\\" + instance;
+        const std::wstring classKey = L"SYSTEM\\CurrentControlSet\\Control\\Class\\" + driverKey;
+        machine_.setupApi.AddDevice(os::SetupApi::kNetClass)
+            .Text(os::SetupApi::kFriendlyName, name)
+            .Text(os::SetupApi::kHardwareId, hardwareId)
+            .Text(os::SetupApi::kLocationInformation, location)
+            .Text(os::SetupApi::kDriverKeyName, driverKey);
+        if (!driverVersion.empty()) {
+            machine_.registry.SetString(kMachine, classKey, L"DriverVersion", driverVersion);
+        }
+        machine_.registry.SetString(kMachine, classKey, L"NetCFGInstanceID",
+                                    L"{" + instance + L"}");
+        machine_.registry.SetDword(kMachine,
+                                   L"SYSTEM\\CurrentControlSet\\Control\\Network\\"
+                                   L"{4D36E972-E325-11CE-BFC1-08002BE10318}\\{" +
+                                       instance + L"}\\Connection",
+                                   L"MediaSubType", mediaSubType);
+    }
+
     // The data service enables these groups for the referrer.
     static void EnableOnly(std::vector<std::uint32_t> numbers) {
         ReferrerGroups& groups = System::Instance().GetReferrerGroups();
@@ -49,24 +75,20 @@ class NetworkDeviceTest : public ::testing::Test {
     test::FakeMachine machine_;
 };
 
-TEST_F(NetworkDeviceTest, StoresSixValuesPerAdapterInListOrder) {
-    NetworkDeviceInfo onboard;
-    onboard.name = L"Onboard Ethernet";
-    onboard.hardwareId = L"PCI\\VEN_8086&DEV_10D3";
-    onboard.onPciBus0 = true;
-    onboard.driverVersion = L"12.6.47.1";
-    onboard.mediaType1 = true;
-    NetworkDeviceInfo wireless;
-    wireless.name = L"Wireless";
-    wireless.hardwareId = L"PCI\\VEN_168C&DEV_002B";
-    wireless.mediaType2 = true;
+TEST_F(NetworkDeviceTest, StoresSixValuesPerAdapterInTheOrderTheSetupApiListsThem) {
+    AddAdapter(L"0007", L"Onboard Ethernet", L"PCI\\VEN_8086&DEV_10D3",
+               L"PCI bus 0, device 25, function 0", L"12.6.47.1", 1);
+    AddAdapter(L"0011", L"Wireless", L"PCI\\VEN_168C&DEV_002B", L"PCI bus 2, device 0, function 0",
+               L"", 2);
+    EnableOnly({71357});  // the adapters are stored whatever the groups
 
-    NetworkDevice::StoreAdapters({onboard, wireless});
+    EXPECT_TRUE(NetworkDevice().Detect());
     EXPECT_EQ(Stored(), (std::vector<std::wstring>{
                             L"71357#0=Onboard Ethernet", L"71358#0=PCI\\VEN_8086&DEV_10D3",
                             L"71384#0=Yes", L"71375#0=Yes", L"71376#0=No", L"71359#0=12.6.47.1",
                             L"71357#1=Wireless", L"71358#1=PCI\\VEN_168C&DEV_002B", L"71384#1=No",
                             L"71375#1=No", L"71376#1=Yes", L"71359#1="}));
+    EXPECT_TRUE(machine_.http.exchanges.empty());
 }
 
 TEST_F(NetworkDeviceTest, MeasuresOnlyTheSpeedsWhoseGroupsAreEnabled) {
