@@ -81,8 +81,13 @@ TEST_F(NetworkDeviceTest, StoresSixValuesPerAdapterInTheOrderTheSetupApiListsThe
     AddAdapter(L"0011", L"Wireless", L"PCI\\VEN_168C&DEV_002B", L"PCI bus 2, device 0, function 0",
                L"", 2);
     EnableOnly({71357});  // the adapters are stored whatever the groups
+    Log::Instance().SetLevel(Log::kMark);
 
     EXPECT_TRUE(NetworkDevice().Detect());
+    const std::vector<std::wstring> messages = machine_.LogMessages();
+    ASSERT_FALSE(messages.empty());
+    EXPECT_EQ(messages.front(), L"Entering: rigel::NetworkDevice::Detect");
+    EXPECT_EQ(messages.back(), L"Exiting: rigel::NetworkDevice::Detect");
     EXPECT_EQ(Stored(), (std::vector<std::wstring>{
                             L"71357#0=Onboard Ethernet", L"71358#0=PCI\\VEN_8086&DEV_10D3",
                             L"71384#0=Yes", L"71375#0=Yes", L"71376#0=No", L"71359#0=12.6.47.1",
