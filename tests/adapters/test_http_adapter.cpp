@@ -21,6 +21,10 @@
 #include "os/internet_closer.h"
 #include "os/unique_handle.h"
 #include "os/win32/win32_http.h"
+#include "service/bandwidth.h"
+#include "service/download_speed_test.h"
+#include "service/network_device.h"
+#include "service/upload_speed_test.h"
 #include "service/utf8.h"
 #include "service/web_service.h"
 #include "service/web_service_analysis.h"
@@ -109,6 +113,26 @@ std::vector<std::string> StoredReports() {
         reports.push_back(upload.get<std::string>("report"));
     }
     return reports;
+}
+
+// The body size of every upload-speed post the service counted, in order.
+std::vector<std::uint64_t> SpeedUploadSizes() {
+    std::istringstream json(Narrow(Admin(L"GET", L"/_admin/uploads")));
+    boost::property_tree::ptree root;
+    boost::property_tree::read_json(json, root);
+    std::vector<std::uint64_t> sizes;
+    for (const auto& [key, size] : root.get_child("speed_uploads.bytes")) {
+        sizes.push_back(size.get_value<std::uint64_t>());
+    }
+    return sizes;
+}
+
+// The number of a "<decimal> bps" text; fails the test for any other form.
+std::uint64_t BitsPerSecond(const std::wstring& rate) {
+    const std::size_t digits = rate.find_first_not_of(L"0123456789");
+    EXPECT_GT(digits, 0u) << Narrow(rate);
+    EXPECT_EQ(rate.substr(digits == std::wstring::npos ? rate.size() : digits), L" bps");
+    return digits == 0 || digits == std::wstring::npos ? 0 : std::stoull(rate.substr(0, digits));
 }
 
 std::string Host() { return RIGEL_DATA_SERVICE_HOST ":" + std::to_string(RIGEL_DATA_SERVICE_PORT); }
@@ -343,6 +367,63 @@ TEST_F(HttpAdapterTest, WinInetReadsADownloadInChunksOfTheRequestedSize) {
         ASSERT_EQ(static_cast<std::size_t>(static_cast<std::uint8_t>(bytes[i])), i % 256)
             << "byte " << i;
     }
+}
+
+TEST_F(HttpAdapterTest, DownloadSpeedTestReadsTheTestFileFromTheContentHost) {
+    const std::wstring rate = DownloadSpeedTest::Run(NetworkDevice::TestFileUrl());
+    // The whole file in one millisecond or more (a faster download counts as one).
+    const std::uint64_t bitsPerSecond = BitsPerSecond(rate);
+    EXPECT_GT(bitsPerSecond, 0u);
+    EXPECT_LE(bitsPerSecond, kDownloadSize * 8000);
+
+    const Recorded sent = Only();
+    EXPECT_EQ(sent.RequestLine(), "GET /global/tests/test_2.bin HTTP/1.1");
+    EXPECT_EQ(sent.status, 200);
+    EXPECT_EQ(sent.Header("User-Agent"), "RIGEL");
+    EXPECT_EQ(sent.Header("Host"), Host());
+    EXPECT_EQ(sent.Header("Pragma"), "no-cache");
+}
+
+TEST_F(HttpAdapterTest, DownloadSpeedTestOnAClosedPortGivesNoText) {
+    EXPECT_EQ(DownloadSpeedTest::Run(L"http://127.0.0.1:1/global/tests/test_2.bin"), L"");
+}
+
+TEST_F(HttpAdapterTest, UploadSpeedTestPostsTenAndFiftyThousandLetters) {
+    BitsPerSecond(UploadSpeedTest::Run());
+
+    const std::vector<Recorded> journal = Journal();
+    ASSERT_EQ(journal.size(), 2u);
+    const std::size_t sizes[] = {10000, 50000};
+    for (std::size_t i = 0; i < 2; ++i) {
+        EXPECT_EQ(journal[i].RequestLine(),
+                  "POST /Data/Service.svc/upload?apikey=" + kApiKey + " HTTP/1.1");
+        EXPECT_EQ(journal[i].status, 200);
+        ExpectPostHeaders(journal[i], "application/xml", sizes[i]);
+        EXPECT_EQ(journal[i].body, std::string(sizes[i], 'x'));
+    }
+    EXPECT_EQ(SpeedUploadSizes(), (std::vector<std::uint64_t>{10000, 50000}));
+}
+
+TEST_F(HttpAdapterTest, NetworkDeviceStoresBothSpeedsWhenTheirGroupsAreEnabled) {
+    ReferrerGroups& groups = session().GetReferrerGroups();
+    groups.loaded = true;
+    groups.referrer = L"r1";
+    groups.groups = {GroupID(71069), GroupID(71422)};
+    EXPECT_TRUE(NetworkDevice().Detect());
+
+    std::vector<std::wstring> speeds;
+    for (const SystemValue& value : session().GetSystemValues().Values()) {
+        const std::wstring id = value.id.ToString();
+        if (id != L"71069#0" && id != L"71422#0") continue;
+        // The stored text is the bandwidth's own form.
+        EXPECT_EQ(value.text, Bandwidth(value.text).ToString()) << Narrow(id);
+        speeds.push_back(id);
+    }
+    EXPECT_EQ(speeds, (std::vector<std::wstring>{L"71069#0", L"71422#0"}));
+    const std::vector<Recorded> journal = Journal();
+    ASSERT_EQ(journal.size(), 3u);
+    EXPECT_EQ(journal[0].RequestLine(), "GET /global/tests/test_2.bin HTTP/1.1");
+    EXPECT_EQ(SpeedUploadSizes(), (std::vector<std::uint64_t>{10000, 50000}));
 }
 
 }  // namespace

@@ -72,19 +72,24 @@ COMMAND_TIMEOUT = 120
 HTTP_TIMEOUT = 5
 
 
-def expected_report(session, computer):
+# A bandwidth as the control prints it.
+BANDWIDTH_PATTERN = re.compile(r"[0-9]+\.[0-9] (bps|Kbps|Mbps|Gbps)")
+
+
+def expected_report(session, computer, download):
     """The report of the session scenarios: the configured values whose group the referrer
     enabled or that are always reported, cleaned, then the session identifiers the referrer
     enabled, all in the order they entered the store. Detection replaces the configured computer
-    identifier and Windows release flags in place (Wine's machine is Windows 7)."""
-    return ('<groups><group index="0" id="71069"><value>a &amp; b</value></group>'
+    identifier, the download speed (71069) and Windows release flags in place (Wine's machine is
+    Windows 7)."""
+    return ('<groups><group index="0" id="71069"><value>%s</value></group>'
             '<group index="1" id="71069"><value>second</value></group>'
             '<group index="0" id="71207"><value>%s</value></group>'
             '<group index="0" id="71465"><value>No</value></group>'
             '<group index="0" id="71466"><value>No</value></group>'
             '<group index="0" id="71424"><value>%s</value></group>'
             '<group index="0" id="71206"><value>u9</value></group></groups>  '
-            % (computer, session))
+            % (download, computer, session))
 
 
 def escaped_for_upload(report):
@@ -461,6 +466,9 @@ class SessionScenario:
         cls.session = cls.results.get("session", "")
         cls.journal = ENV.journal()
         cls.uploads = ENV.uploads()
+        stored = re.search(r'<group index="0" id="71069"><value>([^<]*)</value>',
+                           cls.results.get("report1", ""))
+        cls.download = stored.group(1) if stored else "(no download speed)"
 
     def test_script_ran_without_error(self):
         self.assertEqual(self.scenario.exit_code, 0, self.scenario.describe())
@@ -473,7 +481,7 @@ class SessionScenario:
 
     def test_report_holds_the_referrers_groups_and_the_always_reported_values(self):
         self.assertEqual(self.results["report1"],
-                         expected_report(self.session, self.results["computer"]))
+                         expected_report(self.session, self.results["computer"], self.download))
 
     def test_reading_again_writing_or_filtering_gives_the_same_report(self):
         self.assertEqual(self.results["report2"], self.results["report1"])
@@ -487,9 +495,12 @@ class SessionScenario:
         self.assertEqual(self.results["logging.after_sysinfo"], "3")
         self.assertEqual(self.results["logging.after_detect"], "7")
 
+    def test_detection_downloads_the_test_file_for_the_enabled_download_speed(self):
+        self.assertRegex(self.download, "^%s$" % BANDWIDTH_PATTERN.pattern)
+
     def test_values_are_the_stored_texts_by_leading_digits(self):
         self.assertEqual(self.results["value.71206"], "u9")
-        self.assertEqual(self.results["value.71069#1"], "  a  &  b ")
+        self.assertEqual(self.results["value.71069#1"], self.download)
 
     def test_a_missing_value_is_left_unwritten_and_logged(self):
         self.assertEqual(self.results["missing.type"].lower(), "string")
@@ -506,18 +517,20 @@ class SessionScenario:
 
     def test_a_new_session_id_reports_and_uploads_again(self):
         self.assertEqual(self.results["report3"],
-                         expected_report("e2e-second-session", self.results["computer"]))
+                         expected_report("e2e-second-session", self.results["computer"],
+                                         self.download))
 
-    def test_service_gets_groups_one_upload_per_session_and_the_analysis(self):
+    def test_service_gets_groups_the_test_file_one_upload_per_session_and_the_analysis(self):
         self.assertEqual([(r["method"], r["path"], r["status"]) for r in self.journal], [
             ("GET", "/Data/Service.svc/Group/list?refid=e2e&apikey=" + API_KEY, 200),
+            ("GET", "/global/tests/test_2.bin", 200),
             ("POST", "/SystemInformation/?refid=e2e&sessid=" + self.session, 200),
             ("POST", "/service/Analysis/e2e", 200),
             ("POST", "/SystemInformation/?refid=e2e&sessid=e2e-second-session", 200),
         ])
 
     def test_upload_arrives_as_the_escaped_report_in_utf8(self):
-        upload = self.journal[1]
+        upload = self.journal[2]
         body = ("<SystemInformation><Data>%s</Data></SystemInformation>"
                 % escaped_for_upload(self.results["report1"])).encode("utf-8")
         self.assertEqual(base64.b64decode(upload["body_b64"]), body)
@@ -528,7 +541,7 @@ class SessionScenario:
 
     def test_analysis_request_carries_session_user_and_arguments(self):
         self.assertEqual(
-            self.journal[2]["body"],
+            self.journal[3]["body"],
             "<System><SessionID>%s</SessionID><ItemID>71206</ItemID><UserID>u9</UserID>"
             "<Format>f</Format><Schema>v</Schema></System>" % self.session)
 

@@ -1,0 +1,53 @@
+#include "service/upload_speed_test.h"
+
+#include <cstddef>
+
+#include "diag/log.h"
+#include "service/web_service_upload.h"
+
+namespace rigel {
+namespace {
+
+constexpr std::size_t kSmallBody = 10000;
+constexpr std::size_t kLargeBody = 50000;
+
+UploadSpeedTest::Sample Post(const std::wstring& body) {
+    WebServiceUpload upload(body);
+    upload.Call();
+    return {static_cast<std::uint64_t>(upload.GetElapsed()), upload.GetBytesSent()};
+}
+
+}  // namespace
+
+std::uint64_t UploadSpeedTest::FixedCost(const Sample& small, const Sample& large) {
+    if (large.milliseconds <= small.milliseconds || large.bytes <= small.bytes) return 0;
+    const std::uint64_t transfer =
+        (large.milliseconds - small.milliseconds) * small.bytes / (large.bytes - small.bytes);
+    // When the larger post is slower than its size explains, the line meets zero bytes before
+    // time zero; there is no fixed cost to take out then, rather than a negative one.
+    if (transfer > small.milliseconds) return 0;
+    return small.milliseconds - transfer;
+}
+
+std::uint64_t UploadSpeedTest::Rate(const Sample& large, std::uint64_t fixedCost) {
+    if (large.milliseconds <= fixedCost) return 0;
+    return large.bytes * 8000 / (large.milliseconds - fixedCost);
+}
+
+std::wstring UploadSpeedTest::Run() {
+    Log& log = Log::Instance();
+    log.Line(Log::kTrace, L"About to do upload speed.");
+    const Sample small = Post(std::wstring(kSmallBody, L'x'));
+    log.Line(Log::kTrace, L"Done upload speed.");
+
+    log.Line(Log::kTrace, L"About to do upload speed 2.");
+    const std::wstring largeBody(kLargeBody, L'x');
+    log.Line(Log::kTrace, L"do upload speed 2.");
+    const Sample large = Post(largeBody);
+
+    const std::uint64_t cost = FixedCost(small, large);
+    log.Line(Log::kTrace, L"Cost is : ", cost);
+    return std::to_wstring(Rate(large, cost)) + L" bps";
+}
+
+}  // namespace rigel
