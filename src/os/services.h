@@ -6,6 +6,9 @@ class Clock;
 class Cpu;
 class DebugOutput;
 class DeviceIo;
+class FileVersions;
+class Installer;
+class Libraries;
 class Http;
 class Registry;
 class SystemInfo;
@@ -22,6 +25,9 @@ struct Services {
     Cpu* cpu = nullptr;
     SystemInfo* systemInfo = nullptr;
     DeviceIo* deviceIo = nullptr;
+    Libraries* libraries = nullptr;
+    Installer* installer = nullptr;
+    FileVersions* fileVersions = nullptr;
 };
 
 // The services in effect.

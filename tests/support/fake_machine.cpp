@@ -3,6 +3,7 @@
 #include "core/components.h"
 #include "core/system.h"
 #include "detect/platform/cpuid.h"
+#include "detect/platform/intel_widi_lib.h"
 #include "detect/platform/registry.h"
 #include "detect/platform/wmi.h"
 #include "diag/log.h"
@@ -21,6 +22,9 @@ os::Services ServicesOf(FakeMachine& machine) {
     services.cpu = &machine.cpu;
     services.systemInfo = &machine.systemInfo;
     services.deviceIo = &machine.deviceIo;
+    services.libraries = &machine.libraries;
+    services.installer = &machine.installer;
+    services.fileVersions = &machine.fileVersions;
     return services;
 }
 
@@ -33,6 +37,7 @@ void FreshProcessState() {
     CPUID::DestroyInstanceForTesting();
     Registry::DestroyInstanceForTesting();
     Log::DestroyInstanceForTesting();
+    IntelWiDiLib::DestroyInstanceForTesting();
     SharedText::ClearAll();
 }
 

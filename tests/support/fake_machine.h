@@ -7,7 +7,10 @@
 #include "os/fake/fake_cpu.h"
 #include "os/fake/fake_debug_output.h"
 #include "os/fake/fake_device_io.h"
+#include "os/fake/fake_file_versions.h"
 #include "os/fake/fake_http.h"
+#include "os/fake/fake_installer.h"
+#include "os/fake/fake_libraries.h"
 #include "os/fake/fake_registry.h"
 #include "os/fake/fake_system_info.h"
 #include "os/fake/fake_wmi.h"
@@ -34,6 +37,9 @@ class FakeMachine {
     os::FakeCpu cpu;
     os::FakeSystemInfo systemInfo;
     os::FakeDeviceIo deviceIo;
+    os::FakeLibraries libraries;
+    os::FakeInstaller installer;
+    os::FakeFileVersions fileVersions;
 
     // Every log line written so far, without its line feed.
     std::vector<std::wstring> LogLines() const;

@@ -5,7 +5,10 @@
 #include "os/fake/fake_clock.h"
 #include "os/fake/fake_cpu.h"
 #include "os/fake/fake_device_io.h"
+#include "os/fake/fake_file_versions.h"
 #include "os/fake/fake_http.h"
+#include "os/fake/fake_installer.h"
+#include "os/fake/fake_libraries.h"
 #include "os/fake/fake_registry.h"
 #include "os/fake/fake_system_info.h"
 #include "os/fake/fake_wmi.h"
@@ -39,6 +42,12 @@ Services DefaultServices() {
     services.systemInfo = &systemInfo;
     static FakeDeviceIo deviceIo;
     services.deviceIo = &deviceIo;
+    static FakeLibraries libraries;
+    services.libraries = &libraries;
+    static FakeInstaller installer;
+    services.installer = &installer;
+    static FakeFileVersions fileVersions;
+    services.fileVersions = &fileVersions;
     return services;
 }
 
