@@ -16,8 +16,10 @@ class FileVersions {
     static constexpr std::size_t kFileVersionLsOffset = 12;
     static constexpr std::uint32_t kFixedInfoSignature = 0xFEEF04BD;
 
-    static constexpr std::uint32_t kErrorFileNotFound = 2;             // ERROR_FILE_NOT_FOUND
-    static constexpr std::uint32_t kErrorResourceTypeNotFound = 1813;  // no version resource
+    static constexpr std::uint32_t kErrorFileNotFound = 2;  // ERROR_FILE_NOT_FOUND
+    // A file without a version resource: Wine answers the first, Windows also the second.
+    static constexpr std::uint32_t kErrorResourceDataNotFound = 1812;
+    static constexpr std::uint32_t kErrorResourceTypeNotFound = 1813;
 
     virtual ~FileVersions() = default;
 

@@ -63,7 +63,7 @@ std::uint32_t FakeFileVersions::InfoSize(const std::wstring& path, std::uint32_t
         return 0;
     }
     if (!file->hasResource) {
-        error = kErrorResourceTypeNotFound;
+        error = kErrorResourceDataNotFound;
         return 0;
     }
     return static_cast<std::uint32_t>(file->block.size());
