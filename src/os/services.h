@@ -6,6 +6,9 @@ class Clock;
 class Cpu;
 class DebugOutput;
 class DeviceIo;
+class FileVersions;
+class Installer;
+class Libraries;
 class Http;
 class ProcessLauncher;
 class Registry;
@@ -30,6 +33,9 @@ struct Services {
     ServiceControl* serviceControl = nullptr;
     ProcessLauncher* processLauncher = nullptr;
     SharedMemory* sharedMemory = nullptr;
+    Libraries* libraries = nullptr;
+    Installer* installer = nullptr;
+    FileVersions* fileVersions = nullptr;
 };
 
 // The services in effect.

@@ -21,6 +21,7 @@ import base64
 import json
 import os
 import re
+import shutil
 import subprocess
 import sys
 import tempfile
@@ -193,6 +194,7 @@ class Environment:
         self.work = os.path.abspath(options.work)
         self.prefix = os.path.abspath(options.prefix or os.path.join(self.work, "prefix"))
         self.fixture_service = options.fixture_service
+        self.stand_in = options.widi_stand_in and os.path.abspath(options.widi_stand_in)
         self.service_dir = os.path.join(self.work, "service")
         self.groups_file = os.path.join(self.work, "groups.json")
         self.registered = False
@@ -506,7 +508,11 @@ class SessionScenario:
         self.assertEqual(self.results["missing.type"].lower(), "string")
         self.assertEqual(self.results["missing"], "")
         errors = [entry.key() for entry in self.scenario.log if entry.level == "ERR"]
-        self.assertEqual(errors, [("ERR", 0, CAUGHT)])
+        # Wine's machine has no wireless display library beside the control: the software
+        # detector says so while detecting, before the missing value is asked for.
+        self.assertEqual(errors, [("ERR", 0, "Failure to load widiutil.dll: 126"),
+                                  ("ERR", 0, "Failure to initialize IntelWiDiLib class"),
+                                  ("ERR", 0, CAUGHT)])
 
     def test_analysis_returns_the_services_answer(self):
         self.assertEqual(
@@ -708,6 +714,61 @@ class DeadService(unittest.TestCase):
         ] + analysis + analysis)
 
 
+class StagedSoftware(unittest.TestCase):
+    """The software and applications detectors on a machine staged with their keys, an App Paths
+    entry naming a file of ours with a version resource, and the wireless display stand-in
+    beside the control, told what to answer through the environment."""
+
+    APP_PATHS = "HKLM\\SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\App Paths\\Winword.exe"
+    ADAPTER = ("HKLM\\system\\CurrentControlSet\\Control\\Class\\"
+               "{4D36E972-E325-11CE-BFC1-08002BE10318}\\0000")
+    STAGED = [
+        ("HKLM\\Software\\Intel\\Network_Services\\DMIX", "OEMVersion", "16.8.0"),
+        ("HKLM\\Software\\Intel\\Wireless\\AppFramework\\Settings", "PROSetVersion",
+         "15.1.0"),
+        (ADAPTER, "DriverDesc", "Intel(R) Advanced Network Services Virtual Adapter"),
+        (ADAPTER, "DriverVersion", "9.13.41.0"),
+        ("HKLM\\SOFTWARE\\JavaSoft\\Java Runtime Environment", "BrowserJavaVersion",
+         "1.7.0_45"),
+    ]
+    CHOSEN = "GetPlatform=0,1;GetProduct=0,0;GetWiDiVersion=0,0,0,5,1;GetWidgitVersion=0,3,0,0,0"
+    VALUES = ["71351", "71377", "71369", "71370", "71488", "71489", "71486", "71487", "71490",
+              "71491", "71499", "71417", "71418", "71454"]
+
+    @classmethod
+    def setUpClass(cls):
+        if not ENV.stand_in:
+            raise unittest.SkipTest("no --widi-stand-in given")
+        beside_control = os.path.join(os.path.dirname(ENV.dll), "widiutil.dll")
+        shutil.copyfile(ENV.stand_in, beside_control)
+        cls.addClassCleanup(os.remove, beside_control)
+        for key, name, data in cls.STAGED:
+            cls.stage(key, "/v", name, "/d", data)
+        cls.stage(cls.APP_PATHS, "/ve", "/d", ENV.windows_path(ENV.stand_in))
+        os.environ["RIGEL_WIDI_STAND_IN"] = cls.CHOSEN
+        cls.addClassCleanup(os.environ.pop, "RIGEL_WIDI_STAND_IN")
+        cls.scenario = ENV.run_scenario("staged_software.js", *cls.VALUES)
+        cls.results = cls.scenario.results
+
+    @classmethod
+    def stage(cls, key, *value):
+        code, output = ENV.wine("reg", "add", key, *value, "/f")
+        if code != 0:
+            raise RuntimeError("reg add %s failed: %r" % (key, output))
+        cls.addClassCleanup(ENV.wine, "reg", "delete", key, "/f")
+
+    def test_script_ran_without_error(self):
+        self.assertEqual(self.scenario.exit_code, 0, self.scenario.describe())
+        self.assertNotIn("error", self.results)
+
+    def test_values_are_what_was_staged(self):
+        self.assertEqual({value: self.results.get(value) for value in self.VALUES}, {
+            "71351": "4.5.22.0", "71377": "16.8.0", "71369": "15.1.0", "71370": "9.13.41.0",
+            "71488": "3.0.0.0", "71489": "Yes", "71486": "", "71487": "No", "71490": "Yes",
+            "71491": "No", "71499": "No", "71417": "Yes", "71418": "1.2.3.4",
+            "71454": "1.7.0.45"})
+
+
 class Unregistration(unittest.TestCase):
     def test_regsvr32_u_removes_every_key(self):
         self.assertEqual(ENV.unregister(), 0)
@@ -720,8 +781,8 @@ class Unregistration(unittest.TestCase):
             self.assertFalse(key_exists(key), key)
 
 
-ORDER = [Registration, Basics, SessionInJScript, SessionInVBScript, StagedMachine, DeadService,
-         Unregistration]
+ORDER = [Registration, Basics, SessionInJScript, SessionInVBScript, StagedMachine, StagedSoftware,
+         DeadService, Unregistration]
 
 
 # ---------------------------------------------------------------------------------------------
@@ -812,6 +873,7 @@ def main(argv=None):
     parser.add_argument("--prefix", help="Wine prefix (default: WORK/prefix)")
     parser.add_argument("--fixture-service",
                         help="folder of a data service on the port to stop and restart")
+    parser.add_argument("--widi-stand-in", help="widiutil.dll, the wireless display stand-in")
     options = parser.parse_args(argv)
     if options.work is None:
         options.work = os.path.join(os.path.dirname(os.path.abspath(options.results)), "e2e")

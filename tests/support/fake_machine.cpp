@@ -5,6 +5,7 @@
 #include "detect/devices/setup_lib.h"
 #include "detect/platform/cpuid.h"
 #include "detect/platform/intel_driver.h"
+#include "detect/platform/intel_widi_lib.h"
 #include "detect/platform/registry.h"
 #include "detect/platform/wmi.h"
 #include "diag/log.h"
@@ -27,6 +28,9 @@ os::Services ServicesOf(FakeMachine& machine) {
     services.serviceControl = &machine.serviceControl;
     services.processLauncher = &machine.processLauncher;
     services.sharedMemory = &machine.sharedMemory;
+    services.libraries = &machine.libraries;
+    services.installer = &machine.installer;
+    services.fileVersions = &machine.fileVersions;
     return services;
 }
 
@@ -41,6 +45,7 @@ void FreshProcessState() {
     SetupLib::DestroyInstanceForTesting();
     IntelDriver::DestroyInstanceForTesting();
     Log::DestroyInstanceForTesting();
+    IntelWiDiLib::DestroyInstanceForTesting();
     SharedText::ClearAll();
 }
 

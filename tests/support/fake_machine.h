@@ -7,8 +7,11 @@
 #include "os/fake/fake_cpu.h"
 #include "os/fake/fake_debug_output.h"
 #include "os/fake/fake_device_io.h"
+#include "os/fake/fake_file_versions.h"
 #include "os/fake/fake_http.h"
 #include "os/fake/fake_process_launcher.h"
+#include "os/fake/fake_installer.h"
+#include "os/fake/fake_libraries.h"
 #include "os/fake/fake_registry.h"
 #include "os/fake/fake_setup_api.h"
 #include "os/fake/fake_service_control.h"
@@ -42,6 +45,9 @@ class FakeMachine {
     os::FakeServiceControl serviceControl;
     os::FakeProcessLauncher processLauncher;
     os::FakeSharedMemory sharedMemory;
+    os::FakeLibraries libraries;
+    os::FakeInstaller installer;
+    os::FakeFileVersions fileVersions;
 
     // Every log line written so far, without its line feed.
     std::vector<std::wstring> LogLines() const;

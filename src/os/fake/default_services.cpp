@@ -5,8 +5,11 @@
 #include "os/fake/fake_clock.h"
 #include "os/fake/fake_cpu.h"
 #include "os/fake/fake_device_io.h"
+#include "os/fake/fake_file_versions.h"
 #include "os/fake/fake_http.h"
 #include "os/fake/fake_process_launcher.h"
+#include "os/fake/fake_installer.h"
+#include "os/fake/fake_libraries.h"
 #include "os/fake/fake_registry.h"
 #include "os/fake/fake_setup_api.h"
 #include "os/fake/fake_service_control.h"
@@ -51,6 +54,12 @@ Services DefaultServices() {
     services.processLauncher = &processLauncher;
     static FakeSharedMemory sharedMemory;
     services.sharedMemory = &sharedMemory;
+    static FakeLibraries libraries;
+    services.libraries = &libraries;
+    static FakeInstaller installer;
+    services.installer = &installer;
+    static FakeFileVersions fileVersions;
+    services.fileVersions = &fileVersions;
     return services;
 }
 
