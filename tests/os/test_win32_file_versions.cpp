@@ -17,8 +17,9 @@ namespace rigel::os {
 namespace {
 
 std::uint32_t DwordAt(const std::vector<std::uint8_t>& bytes, std::size_t offset) {
-    return bytes[offset] | bytes[offset + 1] << 8 | bytes[offset + 2] << 16 |
-           std::uint32_t{bytes[offset + 3]} << 24;
+    std::uint32_t value = 0;
+    for (std::size_t i = 0; i < 4; ++i) value |= std::uint32_t{bytes[offset + i]} << (8 * i);
+    return value;
 }
 
 // What the file-version reader relies on, asked of one implementation: a file with a version

@@ -3,16 +3,11 @@
 #include <algorithm>
 #include <cstring>
 
+#include "os/fake/lower_case_path.h"
+
 namespace rigel::os {
 
-std::wstring FakeDeviceIo::Key(const std::wstring& path) {
-    std::wstring key = path;
-    // Device paths in tests are ASCII.
-    std::transform(key.begin(), key.end(), key.begin(), [](wchar_t c) {
-        return c >= L'A' && c <= L'Z' ? static_cast<wchar_t>(c - L'A' + L'a') : c;
-    });
-    return key;
-}
+std::wstring FakeDeviceIo::Key(const std::wstring& path) { return LowerCasePath(path); }
 
 void FakeDeviceIo::AddDevice(const std::wstring& path) { devices_[Key(path)]; }
 
