@@ -6,9 +6,6 @@
 
 #include <vector>
 
-// windows.h makes LoadLibrary a macro for LoadLibraryW; the interface's method keeps its name.
-#undef LoadLibrary
-
 namespace rigel::os {
 namespace {
 
