@@ -8,6 +8,7 @@ class DebugOutput;
 class DeviceIo;
 class Http;
 class Registry;
+class SetupApi;
 class SystemInfo;
 class Wmi;
 
@@ -22,6 +23,7 @@ struct Services {
     Cpu* cpu = nullptr;
     SystemInfo* systemInfo = nullptr;
     DeviceIo* deviceIo = nullptr;
+    SetupApi* setupApi = nullptr;
 };
 
 // The services in effect.

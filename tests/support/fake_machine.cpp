@@ -2,6 +2,7 @@
 
 #include "core/components.h"
 #include "core/system.h"
+#include "detect/devices/setup_lib.h"
 #include "detect/platform/cpuid.h"
 #include "detect/platform/registry.h"
 #include "detect/platform/wmi.h"
@@ -21,6 +22,7 @@ os::Services ServicesOf(FakeMachine& machine) {
     services.cpu = &machine.cpu;
     services.systemInfo = &machine.systemInfo;
     services.deviceIo = &machine.deviceIo;
+    services.setupApi = &machine.setupApi;
     return services;
 }
 
@@ -32,6 +34,7 @@ void FreshProcessState() {
     WMI::DestroyInstanceForTesting();
     CPUID::DestroyInstanceForTesting();
     Registry::DestroyInstanceForTesting();
+    SetupLib::DestroyInstanceForTesting();
     Log::DestroyInstanceForTesting();
     SharedText::ClearAll();
 }

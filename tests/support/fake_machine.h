@@ -9,6 +9,7 @@
 #include "os/fake/fake_device_io.h"
 #include "os/fake/fake_http.h"
 #include "os/fake/fake_registry.h"
+#include "os/fake/fake_setup_api.h"
 #include "os/fake/fake_system_info.h"
 #include "os/fake/fake_wmi.h"
 #include "os/scoped_services.h"
@@ -34,6 +35,7 @@ class FakeMachine {
     os::FakeCpu cpu;
     os::FakeSystemInfo systemInfo;
     os::FakeDeviceIo deviceIo;
+    os::FakeSetupApi setupApi{registry};
 
     // Every log line written so far, without its line feed.
     std::vector<std::wstring> LogLines() const;

@@ -4,7 +4,7 @@
 
 namespace rigel {
 
-// Not detected yet: stores nothing.
+// The name of every optical drive that the Setup API lists.
 class CDRom : public Detector {
   public:
     CDRom();

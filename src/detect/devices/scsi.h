@@ -4,7 +4,7 @@
 
 namespace rigel {
 
-// Not detected yet: stores nothing.
+// Hardware identifier and driver version of every SCSI or storage adapter.
 class SCSI : public Detector {
   public:
     SCSI();

@@ -4,8 +4,8 @@
 
 namespace rigel {
 
-// Sound devices and audio packages. Not detected yet: stores nothing. Unlike the other detectors
-// it has no failure handler of its own.
+// Sound devices from the Setup API, completed from WMI, and the versions of four audio driver
+// packages. Unlike the other detectors it has no failure handler of its own.
 class Sound : public Component {
   public:
     bool Detect() override;

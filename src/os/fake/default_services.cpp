@@ -7,6 +7,7 @@
 #include "os/fake/fake_device_io.h"
 #include "os/fake/fake_http.h"
 #include "os/fake/fake_registry.h"
+#include "os/fake/fake_setup_api.h"
 #include "os/fake/fake_system_info.h"
 #include "os/fake/fake_wmi.h"
 #include "os/services.h"
@@ -39,6 +40,8 @@ Services DefaultServices() {
     services.systemInfo = &systemInfo;
     static FakeDeviceIo deviceIo;
     services.deviceIo = &deviceIo;
+    static FakeSetupApi setupApi(registry);
+    services.setupApi = &setupApi;
     return services;
 }
 

@@ -5,6 +5,7 @@
 #include "os/win32/win32_device_io.h"
 #include "os/win32/win32_http.h"
 #include "os/win32/win32_registry.h"
+#include "os/win32/win32_setup_api.h"
 #include "os/win32/win32_system_info.h"
 #include "os/win32/win32_wmi.h"
 
@@ -25,6 +26,8 @@ Services DefaultServices() {
     services.systemInfo = &systemInfo;
     static Win32DeviceIo deviceIo;
     services.deviceIo = &deviceIo;
+    static Win32SetupApi setupApi;
+    services.setupApi = &setupApi;
     return services;
 }
 
