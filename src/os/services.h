@@ -3,10 +3,16 @@
 namespace rigel::os {
 
 class Clock;
+class CodePage;
 class Cpu;
 class DebugOutput;
 class DeviceIo;
+class Diagnostics;
+class Direct3D;
+class Display;
+class Dxgi;
 class Http;
+class LibraryLoader;
 class Registry;
 class SetupApi;
 class SystemInfo;
@@ -24,6 +30,13 @@ struct Services {
     SystemInfo* systemInfo = nullptr;
     DeviceIo* deviceIo = nullptr;
     SetupApi* setupApi = nullptr;
+    LibraryLoader* libraries = nullptr;
+    Direct3D* direct3D8 = nullptr;
+    Direct3D* direct3D9 = nullptr;
+    Dxgi* dxgi = nullptr;
+    Diagnostics* diagnostics = nullptr;
+    Display* display = nullptr;
+    CodePage* codePage = nullptr;
 };
 
 // The services in effect.

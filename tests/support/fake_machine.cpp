@@ -3,6 +3,13 @@
 #include "core/components.h"
 #include "core/system.h"
 #include "detect/devices/setup_lib.h"
+#include "detect/devices/direct_x_10.h"
+#include "detect/devices/direct_x_11.h"
+#include "detect/devices/direct_x_8.h"
+#include "detect/devices/direct_x_9.h"
+#include "detect/devices/dx_diag.h"
+#include "detect/devices/dxgi.h"
+#include "detect/devices/monitor.h"
 #include "detect/platform/cpuid.h"
 #include "detect/platform/registry.h"
 #include "detect/platform/wmi.h"
@@ -23,6 +30,13 @@ os::Services ServicesOf(FakeMachine& machine) {
     services.systemInfo = &machine.systemInfo;
     services.deviceIo = &machine.deviceIo;
     services.setupApi = &machine.setupApi;
+    services.libraries = &machine.libraries;
+    services.direct3D8 = &machine.direct3D8;
+    services.direct3D9 = &machine.direct3D9;
+    services.dxgi = &machine.dxgi;
+    services.diagnostics = &machine.diagnostics;
+    services.display = &machine.display;
+    services.codePage = &machine.codePage;
     return services;
 }
 
@@ -35,6 +49,13 @@ void FreshProcessState() {
     CPUID::DestroyInstanceForTesting();
     Registry::DestroyInstanceForTesting();
     SetupLib::DestroyInstanceForTesting();
+    DirectX_8::DestroyInstanceForTesting();
+    DirectX_9::DestroyInstanceForTesting();
+    DXDiag::DestroyInstanceForTesting();
+    DXGI::DestroyInstanceForTesting();
+    DirectX_10::DestroyInstanceForTesting();
+    DirectX_11::DestroyInstanceForTesting();
+    Monitor::ResetLargestResolutionForTesting();
     Log::DestroyInstanceForTesting();
     SharedText::ClearAll();
 }

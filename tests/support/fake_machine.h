@@ -4,10 +4,16 @@
 #include <vector>
 
 #include "os/fake/fake_clock.h"
+#include "os/fake/fake_code_page.h"
 #include "os/fake/fake_cpu.h"
 #include "os/fake/fake_debug_output.h"
 #include "os/fake/fake_device_io.h"
+#include "os/fake/fake_diagnostics.h"
+#include "os/fake/fake_direct3d.h"
+#include "os/fake/fake_display.h"
+#include "os/fake/fake_dxgi.h"
 #include "os/fake/fake_http.h"
+#include "os/fake/fake_library_loader.h"
 #include "os/fake/fake_registry.h"
 #include "os/fake/fake_setup_api.h"
 #include "os/fake/fake_system_info.h"
@@ -36,6 +42,13 @@ class FakeMachine {
     os::FakeSystemInfo systemInfo;
     os::FakeDeviceIo deviceIo;
     os::FakeSetupApi setupApi{registry};
+    os::FakeLibraryLoader libraries;
+    os::FakeDirect3D direct3D8;
+    os::FakeDirect3D direct3D9;
+    os::FakeDxgi dxgi;
+    os::FakeDiagnostics diagnostics;
+    os::FakeDisplay display;
+    os::FakeCodePage codePage;
 
     // Every log line written so far, without its line feed.
     std::vector<std::wstring> LogLines() const;

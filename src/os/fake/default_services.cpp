@@ -3,9 +3,15 @@
 // Tests install their own fakes.
 #include "os/debug_output.h"
 #include "os/fake/fake_clock.h"
+#include "os/fake/fake_code_page.h"
 #include "os/fake/fake_cpu.h"
 #include "os/fake/fake_device_io.h"
+#include "os/fake/fake_diagnostics.h"
+#include "os/fake/fake_direct3d.h"
+#include "os/fake/fake_display.h"
+#include "os/fake/fake_dxgi.h"
 #include "os/fake/fake_http.h"
+#include "os/fake/fake_library_loader.h"
 #include "os/fake/fake_registry.h"
 #include "os/fake/fake_setup_api.h"
 #include "os/fake/fake_system_info.h"
@@ -42,6 +48,22 @@ Services DefaultServices() {
     services.deviceIo = &deviceIo;
     static FakeSetupApi setupApi(registry);
     services.setupApi = &setupApi;
+    // No graphics library loads and no diagnostics provider is registered; one plain screen.
+    static FakeLibraryLoader libraries;
+    static FakeDirect3D direct3D8;
+    static FakeDirect3D direct3D9;
+    static FakeDxgi dxgi;
+    static FakeDiagnostics diagnostics;
+    static FakeDisplay display;
+    static FakeCodePage codePage;
+    diagnostics.createStatus = Diagnostics::kClassNotRegistered;
+    services.libraries = &libraries;
+    services.direct3D8 = &direct3D8;
+    services.direct3D9 = &direct3D9;
+    services.dxgi = &dxgi;
+    services.diagnostics = &diagnostics;
+    services.display = &display;
+    services.codePage = &codePage;
     return services;
 }
 

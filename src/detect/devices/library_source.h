@@ -1,0 +1,43 @@
+#pragma once
+
+#include <map>
+#include <string>
+#include <vector>
+
+#include "os/library_loader.h"
+#include "values/source.h"
+
+namespace rigel {
+
+// A graphics source that loads its system libraries at run time and resolves their entry
+// points once, when it is made. A library or entry point that is missing leaves the source
+// uninitialized for the life of the process.
+class LibrarySource : public Source {
+  public:
+    bool IsInitialized() const { return initialized_; }
+
+  protected:
+    struct Library {
+        const wchar_t* name;                   // "d3d9.dll"
+        std::vector<const char*> entryPoints;  // resolved in this library
+    };
+    struct Messages {
+        const wchar_t* missingEntryPoint;  // "Unable to get all proc addresses from DirectX 9"
+        const wchar_t* failure;            // "Error while opening DirectX 9 libraries"
+    };
+
+    LibrarySource(const std::vector<Library>& libraries, const Messages& messages);
+
+    // The resolved address of an entry point; 0 when it is not one of this source's.
+    os::EntryPoint Entry(const std::string& name) const;
+
+  private:
+    bool Open(const std::vector<Library>& libraries, const Messages& messages);
+
+    bool initialized_ = false;
+    os::LibraryLoader* loader_;
+    std::vector<os::UniqueLibrary> libraries_;
+    std::map<std::string, os::EntryPoint> entries_;
+};
+
+}  // namespace rigel
