@@ -4,7 +4,7 @@
 #include <string>
 
 #include "os/com_releaser.h"
-#include "os/library_loader.h"
+#include "os/libraries.h"
 
 namespace rigel::os {
 
@@ -49,7 +49,7 @@ class Direct3D {
     virtual ~Direct3D() = default;
 
     // Direct3DCreate8 / Direct3DCreate9 through the resolved entry point; 0 when none comes back.
-    virtual ComObject Create(EntryPoint create, std::uint32_t sdkVersion) = 0;
+    virtual ComObject Create(ExportAddress create, std::uint32_t sdkVersion) = 0;
     // IDirect3D::GetAdapterCount.
     virtual std::uint32_t GetAdapterCount(ComObject direct3D) = 0;
     // IDirect3D::GetAdapterIdentifier.

@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "os/com_releaser.h"
-#include "os/library_loader.h"
+#include "os/libraries.h"
 
 namespace rigel::os {
 
@@ -34,9 +34,9 @@ class Dxgi {
     virtual ~Dxgi() = default;
 
     // CreateDXGIFactory for IDXGIFactory.
-    virtual std::int32_t CreateFactory(EntryPoint create, ComObject& factory) = 0;
+    virtual std::int32_t CreateFactory(ExportAddress create, ComObject& factory) = 0;
     // CreateDXGIFactory1 for IDXGIFactory1.
-    virtual std::int32_t CreateFactory1(EntryPoint create, ComObject& factory) = 0;
+    virtual std::int32_t CreateFactory1(ExportAddress create, ComObject& factory) = 0;
     // IDXGIFactory::EnumAdapters.
     virtual std::int32_t EnumAdapters(ComObject factory, std::uint32_t index,
                                       ComObject& adapter) = 0;
@@ -49,17 +49,17 @@ class Dxgi {
     virtual std::int32_t GetDesc1(ComObject adapter, DxgiAdapterDescription& description) = 0;
 
     // D3D10CreateDevice on the adapter, with no software module.
-    virtual std::int32_t CreateDevice10(EntryPoint create, ComObject adapter,
+    virtual std::int32_t CreateDevice10(ExportAddress create, ComObject adapter,
                                         std::uint32_t driverType, std::uint32_t flags,
                                         std::uint32_t sdkVersion, ComObject& device) = 0;
     // D3D10GetPixelShaderProfile; empty for a null answer.
-    virtual std::string PixelShaderProfile10(EntryPoint profile, ComObject device) = 0;
+    virtual std::string PixelShaderProfile10(ExportAddress profile, ComObject device) = 0;
     // D3D10GetVertexShaderProfile; empty for a null answer.
-    virtual std::string VertexShaderProfile10(EntryPoint profile, ComObject device) = 0;
+    virtual std::string VertexShaderProfile10(ExportAddress profile, ComObject device) = 0;
 
     // D3D11CreateDevice on the adapter with no software module and no immediate context kept;
     // level is the feature level reached.
-    virtual std::int32_t CreateDevice11(EntryPoint create, ComObject adapter,
+    virtual std::int32_t CreateDevice11(ExportAddress create, ComObject adapter,
                                         std::uint32_t driverType, std::uint32_t flags,
                                         const std::vector<std::uint32_t>& featureLevels,
                                         std::uint32_t sdkVersion, ComObject& device,

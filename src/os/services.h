@@ -11,8 +11,10 @@ class Diagnostics;
 class Direct3D;
 class Display;
 class Dxgi;
+class FileVersions;
+class Installer;
+class Libraries;
 class Http;
-class LibraryLoader;
 class Registry;
 class SetupApi;
 class SystemInfo;
@@ -30,13 +32,15 @@ struct Services {
     SystemInfo* systemInfo = nullptr;
     DeviceIo* deviceIo = nullptr;
     SetupApi* setupApi = nullptr;
-    LibraryLoader* libraries = nullptr;
     Direct3D* direct3D8 = nullptr;
     Direct3D* direct3D9 = nullptr;
     Dxgi* dxgi = nullptr;
     Diagnostics* diagnostics = nullptr;
     Display* display = nullptr;
     CodePage* codePage = nullptr;
+    Libraries* libraries = nullptr;
+    Installer* installer = nullptr;
+    FileVersions* fileVersions = nullptr;
 };
 
 // The services in effect.

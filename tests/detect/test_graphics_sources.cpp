@@ -12,6 +12,7 @@
 #include "detect/devices/dx_diag.h"
 #include "detect/devices/dxgi.h"
 #include "detect/devices/gpu_info.h"
+#include "detect/graphics_libraries.h"
 #include "diag/log.h"
 #include "support/fake_machine.h"
 
@@ -21,16 +22,7 @@ namespace {
 using os::FakeDiagnostics;
 constexpr std::uint64_t kMB = 1024 * 1024;
 
-void InstallLibraries(test::FakeMachine& machine) {
-    machine.libraries.libraries = {
-        {L"d3d8.dll", {"Direct3DCreate8"}},
-        {L"d3d9.dll", {"Direct3DCreate9"}},
-        {L"dxgi.dll", {"CreateDXGIFactory", "CreateDXGIFactory1"}},
-        {L"d3d10.dll",
-         {"D3D10CreateDevice", "D3D10GetPixelShaderProfile", "D3D10GetVertexShaderProfile"}},
-        {L"d3d11.dll", {"D3D11CreateDevice"}},
-    };
-}
+using test::InstallGraphicsLibraries;
 
 bool Logged(const test::FakeMachine& machine, const std::wstring& levelAndMessage) {
     const auto lines = machine.LogLines();
@@ -74,9 +66,7 @@ TEST(GraphicsSourceTest, MissingLibrariesAndEntryPointsLeaveTheSourceUninitializ
         SCOPED_TRACE(c.what);
         test::FakeMachine machine;
         Log::Instance().SetLevel(Log::kTrace);
-        InstallLibraries(machine);
-        machine.libraries.libraries.erase(c.removedLibrary);
-        for (auto& library : machine.libraries.libraries) library.second.erase(c.removedExport);
+        InstallGraphicsLibraries(machine, c.removedLibrary, c.removedExport);
         machine.direct3D8.adapters.resize(1);
         machine.direct3D9.adapters.resize(1);
         machine.dxgi.adapters.resize(1);
@@ -101,7 +91,7 @@ TEST(GraphicsSourceTest, Direct3DReadsEachAdapterThroughItsOwnVersion) {
         SCOPED_TRACE(c.what);
         test::FakeMachine machine;
         Log::Instance().SetLevel(Log::kTrace);
-        InstallLibraries(machine);
+        InstallGraphicsLibraries(machine);
         os::FakeDirect3D& direct3D = c.nine ? machine.direct3D9 : machine.direct3D8;
         os::FakeDirect3D::Adapter adapter;
         adapter.identifier = {"Radeon HD \xE9", 0x1002,    0x6719, 0x1234ABCD, 0,
@@ -163,7 +153,7 @@ TEST(GraphicsSourceTest, Direct3DReadsEachAdapterThroughItsOwnVersion) {
 
 TEST(GraphicsSourceTest, Direct3DWithoutForegroundWindowOrObjectReadsLess) {
     test::FakeMachine machine;
-    InstallLibraries(machine);
+    InstallGraphicsLibraries(machine);
     machine.direct3D9.adapters.resize(1);
     machine.direct3D9.adapters[0].identifier.description = "GPU";
     machine.direct3D9.adapters[0].textureMemory = 0x10000000;
@@ -192,7 +182,7 @@ TEST(GraphicsSourceTest, DxgiSourcesShareTheDescriptionAndMemory) {
         SCOPED_TRACE(source);
         test::FakeMachine machine;
         Log::Instance().SetLevel(Log::kTrace);
-        InstallLibraries(machine);
+        InstallGraphicsLibraries(machine);
         machine.dxgi.adapters = {DxgiAdapter(512 * kMB, 0, 1024 * kMB),
                                  DxgiAdapter(64 * kMB, 32 * kMB, 0)};
         std::vector<GpuInfo> list;
@@ -225,7 +215,7 @@ TEST(GraphicsSourceTest, DxgiFailuresEndTheListWithTheirMessages) {
         SCOPED_TRACE(source);
         test::FakeMachine machine;
         Log::Instance().SetLevel(Log::kTrace);
-        InstallLibraries(machine);
+        InstallGraphicsLibraries(machine);
         machine.dxgi.adapters = {DxgiAdapter(kMB, 0, 0)};
         machine.dxgi.endStatus = static_cast<std::int32_t>(0x887A0001);  // invalid call
         auto query = [source](std::vector<GpuInfo>& list) {
@@ -248,7 +238,7 @@ TEST(GraphicsSourceTest, DxgiFailuresEndTheListWithTheirMessages) {
 
 TEST(GraphicsSourceTest, Direct3D10TakesTheShaderProfiles) {
     test::FakeMachine machine;
-    InstallLibraries(machine);
+    InstallGraphicsLibraries(machine);
     auto adapter = DxgiAdapter(kMB, 0, 0);
     adapter.pixelShaderProfile = "ps_4_1";
     adapter.vertexShaderProfile = "vs_4_0";
@@ -282,7 +272,7 @@ TEST(GraphicsSourceTest, Direct3D11FeatureLevelGivesVersionAndShaderModel) {
     for (const auto& c : cases) {
         SCOPED_TRACE(c.highest);
         test::FakeMachine machine;
-        InstallLibraries(machine);
+        InstallGraphicsLibraries(machine);
         auto adapter = DxgiAdapter(kMB, 0, 0);
         adapter.highestFeatureLevel = c.highest;
         machine.dxgi.adapters = {adapter};

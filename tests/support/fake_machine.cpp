@@ -2,7 +2,6 @@
 
 #include "core/components.h"
 #include "core/system.h"
-#include "detect/devices/setup_lib.h"
 #include "detect/devices/direct_x_10.h"
 #include "detect/devices/direct_x_11.h"
 #include "detect/devices/direct_x_8.h"
@@ -10,7 +9,9 @@
 #include "detect/devices/dx_diag.h"
 #include "detect/devices/dxgi.h"
 #include "detect/devices/monitor.h"
+#include "detect/devices/setup_lib.h"
 #include "detect/platform/cpuid.h"
+#include "detect/platform/intel_widi_lib.h"
 #include "detect/platform/registry.h"
 #include "detect/platform/wmi.h"
 #include "diag/log.h"
@@ -30,13 +31,15 @@ os::Services ServicesOf(FakeMachine& machine) {
     services.systemInfo = &machine.systemInfo;
     services.deviceIo = &machine.deviceIo;
     services.setupApi = &machine.setupApi;
-    services.libraries = &machine.libraries;
     services.direct3D8 = &machine.direct3D8;
     services.direct3D9 = &machine.direct3D9;
     services.dxgi = &machine.dxgi;
     services.diagnostics = &machine.diagnostics;
     services.display = &machine.display;
     services.codePage = &machine.codePage;
+    services.libraries = &machine.libraries;
+    services.installer = &machine.installer;
+    services.fileVersions = &machine.fileVersions;
     return services;
 }
 
@@ -57,6 +60,7 @@ void FreshProcessState() {
     DirectX_11::DestroyInstanceForTesting();
     Monitor::ResetLargestResolutionForTesting();
     Log::DestroyInstanceForTesting();
+    IntelWiDiLib::DestroyInstanceForTesting();
     SharedText::ClearAll();
 }
 

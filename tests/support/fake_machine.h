@@ -12,8 +12,10 @@
 #include "os/fake/fake_direct3d.h"
 #include "os/fake/fake_display.h"
 #include "os/fake/fake_dxgi.h"
+#include "os/fake/fake_file_versions.h"
 #include "os/fake/fake_http.h"
-#include "os/fake/fake_library_loader.h"
+#include "os/fake/fake_installer.h"
+#include "os/fake/fake_libraries.h"
 #include "os/fake/fake_registry.h"
 #include "os/fake/fake_setup_api.h"
 #include "os/fake/fake_system_info.h"
@@ -42,13 +44,15 @@ class FakeMachine {
     os::FakeSystemInfo systemInfo;
     os::FakeDeviceIo deviceIo;
     os::FakeSetupApi setupApi{registry};
-    os::FakeLibraryLoader libraries;
     os::FakeDirect3D direct3D8;
     os::FakeDirect3D direct3D9;
     os::FakeDxgi dxgi;
     os::FakeDiagnostics diagnostics;
     os::FakeDisplay display;
     os::FakeCodePage codePage;
+    os::FakeLibraries libraries;
+    os::FakeInstaller installer;
+    os::FakeFileVersions fileVersions;
 
     // Every log line written so far, without its line feed.
     std::vector<std::wstring> LogLines() const;

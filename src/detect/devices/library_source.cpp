@@ -1,5 +1,7 @@
 #include "detect/devices/library_source.h"
 
+#include <cstdint>
+
 #include "diag/log.h"
 #include "os/services.h"
 
@@ -20,7 +22,10 @@ LibrarySource::LibrarySource(const std::vector<Library>& libraries, const Messag
 
 bool LibrarySource::Open(const std::vector<Library>& libraries, const Messages& messages) {
     for (const Library& library : libraries) {
-        libraries_.emplace_back(loader_->Load(library.name), os::LibraryFreer(*loader_));
+        os::HModule module = 0;
+        std::uint32_t error = 0;
+        loader_->Load(library.name, module, error);
+        libraries_.emplace_back(module, os::LibraryFreer(*loader_));
         if (!libraries_.back()) {
             Log::Instance().Line(Log::kWarning, L"Unable to open ", library.name);
             return false;
@@ -29,8 +34,8 @@ bool LibrarySource::Open(const std::vector<Library>& libraries, const Messages& 
     bool allFound = true;
     for (std::size_t i = 0; i < libraries.size(); ++i) {
         for (const char* name : libraries[i].entryPoints) {
-            const os::EntryPoint entry = loader_->Resolve(libraries_[i].get(), name);
-            allFound = allFound && entry != 0;
+            const os::ExportAddress entry = loader_->FindExport(libraries_[i].get(), name);
+            allFound = allFound && entry != nullptr;
             entries_[name] = entry;
         }
     }
@@ -38,9 +43,9 @@ bool LibrarySource::Open(const std::vector<Library>& libraries, const Messages& 
     return allFound;
 }
 
-os::EntryPoint LibrarySource::Entry(const std::string& name) const {
+os::ExportAddress LibrarySource::Entry(const std::string& name) const {
     const auto found = entries_.find(name);
-    return found != entries_.end() ? found->second : 0;
+    return found != entries_.end() ? found->second : nullptr;
 }
 
 }  // namespace rigel

@@ -4,7 +4,8 @@
 #include <string>
 #include <vector>
 
-#include "os/library_loader.h"
+#include "os/libraries.h"
+#include "os/library_freer.h"
 #include "values/source.h"
 
 namespace rigel {
@@ -28,16 +29,16 @@ class LibrarySource : public Source {
 
     LibrarySource(const std::vector<Library>& libraries, const Messages& messages);
 
-    // The resolved address of an entry point; 0 when it is not one of this source's.
-    os::EntryPoint Entry(const std::string& name) const;
+    // The resolved address of an entry point; null when it is not one of this source's.
+    os::ExportAddress Entry(const std::string& name) const;
 
   private:
     bool Open(const std::vector<Library>& libraries, const Messages& messages);
 
     bool initialized_ = false;
-    os::LibraryLoader* loader_;
-    std::vector<os::UniqueLibrary> libraries_;
-    std::map<std::string, os::EntryPoint> entries_;
+    os::Libraries* loader_;
+    std::vector<os::UniqueModule> libraries_;
+    std::map<std::string, os::ExportAddress> entries_;
 };
 
 }  // namespace rigel

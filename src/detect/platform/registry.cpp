@@ -51,6 +51,14 @@ os::UniqueKey Registry::OpenKey(os::HKey root, const std::wstring& subkey, std::
     return os::UniqueKey(key, os::RegistryCloser(registry));
 }
 
+os::UniqueKey Registry::OpenFirstKey(std::initializer_list<KeyChoice> choices) {
+    for (const KeyChoice& choice : choices) {
+        os::UniqueKey key = OpenKey(os::Registry::kLocalMachine, choice.subkey, choice.access);
+        if (key) return key;
+    }
+    return os::UniqueKey(0, os::RegistryCloser(Service()));
+}
+
 std::optional<Registry::Data> Registry::ReadData(os::HKey key, const std::wstring& valueName,
                                                  std::uint32_t extraBytes) {
     os::Registry& registry = Service();

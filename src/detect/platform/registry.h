@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <initializer_list>
 #include <optional>
 #include <string>
 #include <vector>
@@ -34,6 +35,14 @@ class Registry : public Source {
 
     // Opens a key; the handle is empty when that fails.
     os::UniqueKey OpenKey(os::HKey root, const std::wstring& subkey, std::uint32_t access);
+
+    // One way to open a key under HKEY_LOCAL_MACHINE.
+    struct KeyChoice {
+        const wchar_t* subkey;
+        std::uint32_t access;
+    };
+    // The first of the choices that opens, tried in order; empty when none does.
+    os::UniqueKey OpenFirstKey(std::initializer_list<KeyChoice> choices);
 
     // The value under root\subkey as text, whatever its type: REG_DWORD as decimal, REG_BINARY
     // with its NUL units moved behind the others, anything else up to its first NUL. False when

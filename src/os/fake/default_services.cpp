@@ -10,8 +10,10 @@
 #include "os/fake/fake_direct3d.h"
 #include "os/fake/fake_display.h"
 #include "os/fake/fake_dxgi.h"
+#include "os/fake/fake_file_versions.h"
 #include "os/fake/fake_http.h"
-#include "os/fake/fake_library_loader.h"
+#include "os/fake/fake_installer.h"
+#include "os/fake/fake_libraries.h"
 #include "os/fake/fake_registry.h"
 #include "os/fake/fake_setup_api.h"
 #include "os/fake/fake_system_info.h"
@@ -49,7 +51,6 @@ Services DefaultServices() {
     static FakeSetupApi setupApi(registry);
     services.setupApi = &setupApi;
     // No graphics library loads and no diagnostics provider is registered; one plain screen.
-    static FakeLibraryLoader libraries;
     static FakeDirect3D direct3D8;
     static FakeDirect3D direct3D9;
     static FakeDxgi dxgi;
@@ -57,13 +58,18 @@ Services DefaultServices() {
     static FakeDisplay display;
     static FakeCodePage codePage;
     diagnostics.createStatus = Diagnostics::kClassNotRegistered;
-    services.libraries = &libraries;
     services.direct3D8 = &direct3D8;
     services.direct3D9 = &direct3D9;
     services.dxgi = &dxgi;
     services.diagnostics = &diagnostics;
     services.display = &display;
     services.codePage = &codePage;
+    static FakeLibraries libraries;
+    services.libraries = &libraries;
+    static FakeInstaller installer;
+    services.installer = &installer;
+    static FakeFileVersions fileVersions;
+    services.fileVersions = &fileVersions;
     return services;
 }
 

@@ -6,9 +6,9 @@ const FakeDirect3D::Adapter* FakeDirect3D::Find(std::uint32_t adapter) const {
     return adapter < adapters.size() ? &adapters[adapter] : nullptr;
 }
 
-ComObject FakeDirect3D::Create(EntryPoint create, std::uint32_t sdkVersion) {
+ComObject FakeDirect3D::Create(ExportAddress create, std::uint32_t sdkVersion) {
     sdkVersions.push_back(sdkVersion);
-    if (create == 0 || !creates) return 0;
+    if (create == nullptr || !creates) return 0;
     objects_[next_] = 0;
     return next_++;
 }

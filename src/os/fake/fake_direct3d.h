@@ -41,7 +41,7 @@ class FakeDirect3D : public Direct3D {
 
     std::size_t LiveObjectCount() const { return objects_.size(); }
 
-    ComObject Create(EntryPoint create, std::uint32_t sdkVersion) override;
+    ComObject Create(ExportAddress create, std::uint32_t sdkVersion) override;
     std::uint32_t GetAdapterCount(ComObject direct3D) override;
     std::int32_t GetAdapterIdentifier(ComObject direct3D, std::uint32_t adapter,
                                       std::uint32_t flags,

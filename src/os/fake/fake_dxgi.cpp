@@ -15,20 +15,20 @@ const FakeDxgi::Adapter* FakeDxgi::AdapterOf(ComObject object) const {
     return &adapters.at(found->second.adapter);
 }
 
-std::int32_t FakeDxgi::Factory(const char* call, EntryPoint create, ComObject& factory) {
+std::int32_t FakeDxgi::Factory(const char* call, ExportAddress create, ComObject& factory) {
     calls.push_back(call);
     factory = 0;
-    if (create == 0) return kInvalidArgument;
+    if (create == nullptr) return kInvalidArgument;
     if (factoryStatus < 0) return factoryStatus;
     factory = Hand(Kind::kFactory, 0);
     return factoryStatus;
 }
 
-std::int32_t FakeDxgi::CreateFactory(EntryPoint create, ComObject& factory) {
+std::int32_t FakeDxgi::CreateFactory(ExportAddress create, ComObject& factory) {
     return Factory("CreateFactory", create, factory);
 }
 
-std::int32_t FakeDxgi::CreateFactory1(EntryPoint create, ComObject& factory) {
+std::int32_t FakeDxgi::CreateFactory1(ExportAddress create, ComObject& factory) {
     return Factory("CreateFactory1", create, factory);
 }
 
@@ -65,29 +65,29 @@ std::int32_t FakeDxgi::GetDesc1(ComObject adapter, DxgiAdapterDescription& descr
     return Describe("GetDesc1", adapter, description);
 }
 
-std::int32_t FakeDxgi::CreateDevice10(EntryPoint create, ComObject adapter,
+std::int32_t FakeDxgi::CreateDevice10(ExportAddress create, ComObject adapter,
                                       std::uint32_t driverType, std::uint32_t flags,
                                       std::uint32_t sdkVersion, ComObject& device) {
     deviceRequests.push_back({driverType, flags, {}, sdkVersion});
     device = 0;
     const Adapter* found = AdapterOf(adapter);
-    if (create == 0 || found == nullptr) return kInvalidArgument;
+    if (create == nullptr || found == nullptr) return kInvalidArgument;
     if (found->device10Status < 0) return found->device10Status;
     device = Hand(Kind::kDevice, objects_[adapter].adapter);
     return kOk;
 }
 
-std::string FakeDxgi::PixelShaderProfile10(EntryPoint profile, ComObject device) {
+std::string FakeDxgi::PixelShaderProfile10(ExportAddress profile, ComObject device) {
     const Adapter* found = AdapterOf(device);
-    return profile != 0 && found != nullptr ? found->pixelShaderProfile : std::string();
+    return profile != nullptr && found != nullptr ? found->pixelShaderProfile : std::string();
 }
 
-std::string FakeDxgi::VertexShaderProfile10(EntryPoint profile, ComObject device) {
+std::string FakeDxgi::VertexShaderProfile10(ExportAddress profile, ComObject device) {
     const Adapter* found = AdapterOf(device);
-    return profile != 0 && found != nullptr ? found->vertexShaderProfile : std::string();
+    return profile != nullptr && found != nullptr ? found->vertexShaderProfile : std::string();
 }
 
-std::int32_t FakeDxgi::CreateDevice11(EntryPoint create, ComObject adapter,
+std::int32_t FakeDxgi::CreateDevice11(ExportAddress create, ComObject adapter,
                                       std::uint32_t driverType, std::uint32_t flags,
                                       const std::vector<std::uint32_t>& featureLevels,
                                       std::uint32_t sdkVersion, ComObject& device,
@@ -96,7 +96,7 @@ std::int32_t FakeDxgi::CreateDevice11(EntryPoint create, ComObject adapter,
     device = 0;
     level = 0;
     const Adapter* found = AdapterOf(adapter);
-    if (create == 0 || found == nullptr) return kInvalidArgument;
+    if (create == nullptr || found == nullptr) return kInvalidArgument;
     if (found->device11Status < 0) return found->device11Status;
     const auto reached = std::find_if(
         featureLevels.begin(), featureLevels.end(),

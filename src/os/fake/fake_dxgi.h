@@ -43,18 +43,18 @@ class FakeDxgi : public Dxgi {
 
     std::size_t LiveObjectCount() const { return objects_.size(); }
 
-    std::int32_t CreateFactory(EntryPoint create, ComObject& factory) override;
-    std::int32_t CreateFactory1(EntryPoint create, ComObject& factory) override;
+    std::int32_t CreateFactory(ExportAddress create, ComObject& factory) override;
+    std::int32_t CreateFactory1(ExportAddress create, ComObject& factory) override;
     std::int32_t EnumAdapters(ComObject factory, std::uint32_t index, ComObject& adapter) override;
     std::int32_t EnumAdapters1(ComObject factory, std::uint32_t index, ComObject& adapter) override;
     std::int32_t GetDesc(ComObject adapter, DxgiAdapterDescription& description) override;
     std::int32_t GetDesc1(ComObject adapter, DxgiAdapterDescription& description) override;
-    std::int32_t CreateDevice10(EntryPoint create, ComObject adapter, std::uint32_t driverType,
+    std::int32_t CreateDevice10(ExportAddress create, ComObject adapter, std::uint32_t driverType,
                                 std::uint32_t flags, std::uint32_t sdkVersion,
                                 ComObject& device) override;
-    std::string PixelShaderProfile10(EntryPoint profile, ComObject device) override;
-    std::string VertexShaderProfile10(EntryPoint profile, ComObject device) override;
-    std::int32_t CreateDevice11(EntryPoint create, ComObject adapter, std::uint32_t driverType,
+    std::string PixelShaderProfile10(ExportAddress profile, ComObject device) override;
+    std::string VertexShaderProfile10(ExportAddress profile, ComObject device) override;
+    std::int32_t CreateDevice11(ExportAddress create, ComObject adapter, std::uint32_t driverType,
                                 std::uint32_t flags,
                                 const std::vector<std::uint32_t>& featureLevels,
                                 std::uint32_t sdkVersion, ComObject& device,
@@ -68,7 +68,7 @@ class FakeDxgi : public Dxgi {
         std::size_t adapter = 0;
     };
 
-    std::int32_t Factory(const char* call, EntryPoint create, ComObject& factory);
+    std::int32_t Factory(const char* call, ExportAddress create, ComObject& factory);
     std::int32_t Enumerate(const char* call, std::uint32_t index, ComObject& adapter);
     std::int32_t Describe(const char* call, ComObject adapter, DxgiAdapterDescription& description);
     const Adapter* AdapterOf(ComObject object) const;

@@ -3,7 +3,10 @@
 #include "os/win32/win32_cpu.h"
 #include "os/win32/win32_debug_output.h"
 #include "os/win32/win32_device_io.h"
+#include "os/win32/win32_file_versions.h"
 #include "os/win32/win32_http.h"
+#include "os/win32/win32_installer.h"
+#include "os/win32/win32_libraries.h"
 #include "os/win32/win32_registry.h"
 #include "os/win32/win32_setup_api.h"
 #include "os/win32/win32_system_info.h"
@@ -28,6 +31,12 @@ Services DefaultServices() {
     services.deviceIo = &deviceIo;
     static Win32SetupApi setupApi;
     services.setupApi = &setupApi;
+    static Win32Libraries libraries;
+    services.libraries = &libraries;
+    static Win32Installer installer;
+    services.installer = &installer;
+    static Win32FileVersions fileVersions;
+    services.fileVersions = &fileVersions;
     return services;
 }
 
