@@ -1,9 +1,16 @@
 #include "os/services.h"
 #include "os/win32/win32_clock.h"
+#include "os/win32/win32_code_page.h"
 #include "os/win32/win32_cpu.h"
 #include "os/win32/win32_debug_output.h"
 #include "os/win32/win32_device_io.h"
+#include "os/win32/win32_diagnostics.h"
+#include "os/win32/win32_direct3d8.h"
+#include "os/win32/win32_direct3d9.h"
+#include "os/win32/win32_display.h"
+#include "os/win32/win32_dxgi.h"
 #include "os/win32/win32_http.h"
+#include "os/win32/win32_library_loader.h"
 #include "os/win32/win32_registry.h"
 #include "os/win32/win32_system_info.h"
 #include "os/win32/win32_wmi.h"
@@ -25,6 +32,20 @@ Services DefaultServices() {
     services.systemInfo = &systemInfo;
     static Win32DeviceIo deviceIo;
     services.deviceIo = &deviceIo;
+    static Win32LibraryLoader libraries;
+    static Win32Direct3D8 direct3D8;
+    static Win32Direct3D9 direct3D9;
+    static Win32Dxgi dxgi;
+    static Win32Diagnostics diagnostics;
+    static Win32Display display;
+    static Win32CodePage codePage;
+    services.libraries = &libraries;
+    services.direct3D8 = &direct3D8;
+    services.direct3D9 = &direct3D9;
+    services.dxgi = &dxgi;
+    services.diagnostics = &diagnostics;
+    services.display = &display;
+    services.codePage = &codePage;
     return services;
 }
 
