@@ -63,9 +63,9 @@ class Diagnostics {
     // IDxDiagContainer::EnumPropNames into a buffer of capacity characters.
     virtual std::int32_t EnumPropNames(ComObject container, std::uint32_t index,
                                        std::uint32_t capacity, std::wstring& name) = 0;
-    // IDxDiagContainer::GetProp.
-    virtual std::int32_t GetProp(ComObject container, const std::wstring& name,
-                                 DiagnosticsValue& value) = 0;
+    // IDxDiagContainer::GetProp (named apart from the window-property macro).
+    virtual std::int32_t GetProperty(ComObject container, const std::wstring& name,
+                                     DiagnosticsValue& value) = 0;
 
     // IUnknown::Release.
     virtual void Release(ComObject object) = 0;

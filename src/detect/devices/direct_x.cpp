@@ -87,7 +87,7 @@ DiagnosticsObject Own(os::Diagnostics& diagnostics, os::ComObject object) {
 bool ReadNumber(os::Diagnostics& diagnostics, const DiagnosticsObject& container,
                 const wchar_t* name, std::uint32_t& number) {
     os::DiagnosticsValue value;
-    if (diagnostics.GetProp(container.get(), name, value) < 0) return false;
+    if (diagnostics.GetProperty(container.get(), name, value) < 0) return false;
     if (value.type != os::Diagnostics::kVtUi4) return false;
     number = value.number;
     return true;
@@ -96,7 +96,7 @@ bool ReadNumber(os::Diagnostics& diagnostics, const DiagnosticsObject& container
 bool ReadLetter(os::Diagnostics& diagnostics, const DiagnosticsObject& container,
                 const wchar_t* name, wchar_t& letter) {
     os::DiagnosticsValue value;
-    if (diagnostics.GetProp(container.get(), name, value) < 0) return false;
+    if (diagnostics.GetProperty(container.get(), name, value) < 0) return false;
     if (value.type != os::Diagnostics::kVtBstr || value.text.empty()) return false;
     letter = value.text[0];
     return true;

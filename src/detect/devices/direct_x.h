@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 
@@ -14,19 +15,20 @@ class DirectX : public Detector {
   public:
     DirectX();
 
-  protected:
-    void Run() override;
-
-  private:
     struct Version {
         std::uint32_t major = 0;
         std::uint32_t minor = 0;
         wchar_t letter = L' ';  // a space: no letter
     };
 
+    // The version text, cut to capacity characters with the terminator.
     static std::wstring GetDirectXVersion(std::size_t capacity);
     static bool GetDirectXVersionFromDxDiag(Version& version);
+    // Always succeeds; 0.0 when no file tells.
     static bool GetDirectXVersionFromFiles(Version& version);
+
+  protected:
+    void Run() override;
 };
 
 }  // namespace rigel

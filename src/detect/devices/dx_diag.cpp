@@ -118,7 +118,7 @@ GpuInfo DXDiag::ReadProperties(const Object& device) {
 
 bool DXDiag::ReadText(const Object& container, const std::wstring& name, std::wstring& text) {
     os::DiagnosticsValue value;
-    if (diagnostics_->GetProp(container.get(), name, value) < 0 || value.textStatus < 0) {
+    if (diagnostics_->GetProperty(container.get(), name, value) < 0 || value.textStatus < 0) {
         return false;
     }
     text = value.text;

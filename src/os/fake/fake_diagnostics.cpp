@@ -131,7 +131,7 @@ std::int32_t FakeDiagnostics::EnumPropNames(ComObject container, std::uint32_t i
     return NameAt(found->properties, index, capacity, name);
 }
 
-std::int32_t FakeDiagnostics::GetProp(ComObject container, const std::wstring& name,
+std::int32_t FakeDiagnostics::GetProperty(ComObject container, const std::wstring& name,
                                       DiagnosticsValue& value) {
     const Container* found = Find(container);
     if (found == nullptr) return kInvalidArgument;
