@@ -94,12 +94,12 @@ class SetupApi {
     virtual ~SetupApi() = default;
 
     // LoadLibraryW. module is 0 unless it succeeds, and error is set when it fails.
-    virtual bool LoadLibrary(const std::wstring& name, HModule& module, std::uint32_t& error) = 0;
+    virtual bool OpenLibrary(const std::wstring& name, HModule& module, std::uint32_t& error) = 0;
     // GetProcAddress: true when the library exports the entry point, which the calls below then
     // go through. A call whose entry point was not resolved fails with kErrorProcNotFound.
     virtual bool ResolveEntryPoint(HModule module, const std::string& name) = 0;
     // FreeLibrary; the resolved entry points are forgotten.
-    virtual void FreeLibrary(HModule module) = 0;
+    virtual void CloseLibrary(HModule module) = 0;
 
     // SetupDiGetClassDevsW with no enumerator and no window.
     virtual bool GetClassDevices(const ClassGuid& setupClass, std::uint32_t flags, HDevInfo& set,

@@ -20,6 +20,6 @@ class SetupApiCloser {
 
 using UniqueDeviceSet = UniqueHandle<HDevInfo, SetupApiCloser<&SetupApi::DestroyDeviceInfoList>>;
 using UniqueInf = UniqueHandle<HInf, SetupApiCloser<&SetupApi::CloseInfFile>>;
-using UniqueSetupLibrary = UniqueHandle<HModule, SetupApiCloser<&SetupApi::FreeLibrary>>;
+using UniqueSetupLibrary = UniqueHandle<HModule, SetupApiCloser<&SetupApi::CloseLibrary>>;
 
 }  // namespace rigel::os

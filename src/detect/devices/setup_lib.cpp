@@ -79,7 +79,8 @@ void SetupLib::DestroyInstanceForTesting() {
 }
 
 SetupLib::SetupLib()
-    : api_(os::Current().setupApi), library_(0, os::SetupApiCloser<&SetupApi::FreeLibrary>(*api_)) {
+    : api_(os::Current().setupApi),
+      library_(0, os::SetupApiCloser<&SetupApi::CloseLibrary>(*api_)) {
     sourceName_ = L"SETUP";
     if (!Initialize()) TheLog().Line(Log::kError, L"Failure to initialize SetupLib class");
 }
@@ -92,12 +93,12 @@ bool SetupLib::Initialize() {
     try {
         os::HModule module = 0;
         std::uint32_t error = 0;
-        if (!api_->LoadLibrary(L"setupapi.dll", module, error)) {
+        if (!api_->OpenLibrary(L"setupapi.dll", module, error)) {
             TheLog().Line(Log::kError, L"Failure to load setupapi.dll: ", error);
             return false;
         }
         library_ =
-            os::UniqueSetupLibrary(module, os::SetupApiCloser<&SetupApi::FreeLibrary>(*api_));
+            os::UniqueSetupLibrary(module, os::SetupApiCloser<&SetupApi::CloseLibrary>(*api_));
         for (const char* name : kEntryPoints) {
             if (!api_->ResolveEntryPoint(module, name)) {
                 TheLog().Line(Log::kError, L"Error getting proc addresses from Setup library.");

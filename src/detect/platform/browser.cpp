@@ -10,6 +10,7 @@
 #include "core/system.h"
 #include "detect/platform/registry.h"
 #include "diag/scope_trace.h"
+#include "values/ascii_case.h"
 #include "values/exists.h"
 #include "values/name.h"
 #include "values/version.h"
@@ -72,13 +73,6 @@ bool ReadVersion(const Installable& browser, std::wstring& version) {
         registry.OpenKey(os::Registry::kLocalMachine, browser.key, os::Registry::kKeyRead);
     return key && registry.ReadText(key.get(), browser.valueName, kVersionBufferBytes, version) ==
                       Registry::StringRead::kText;
-}
-
-std::wstring AsciiLowerCase(std::wstring text) {
-    for (wchar_t& c : text) {
-        if (c >= L'A' && c <= L'Z') c = static_cast<wchar_t>(c - L'A' + L'a');
-    }
-    return text;
 }
 
 }  // namespace

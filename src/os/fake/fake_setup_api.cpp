@@ -51,7 +51,7 @@ void FakeSetupApi::AddInf(const std::wstring& path, std::vector<InfSection> sect
     files_[Lower(path)] = std::move(sections);
 }
 
-bool FakeSetupApi::LoadLibrary(const std::wstring& name, HModule& module, std::uint32_t& error) {
+bool FakeSetupApi::OpenLibrary(const std::wstring& name, HModule& module, std::uint32_t& error) {
     loads.push_back(name);
     module = 0;
     if (loadError != 0) {
@@ -68,7 +68,7 @@ bool FakeSetupApi::ResolveEntryPoint(HModule module, const std::string& name) {
     return true;
 }
 
-void FakeSetupApi::FreeLibrary(HModule module) {
+void FakeSetupApi::CloseLibrary(HModule module) {
     if (module == loaded_) {
         loaded_ = 0;
         resolved.clear();

@@ -76,9 +76,9 @@ class FakeSetupApi : public SetupApi {
     std::size_t OpenSetCount() const { return sets_.size(); }
     std::size_t OpenInfCount() const { return infs_.size(); }
 
-    bool LoadLibrary(const std::wstring& name, HModule& module, std::uint32_t& error) override;
+    bool OpenLibrary(const std::wstring& name, HModule& module, std::uint32_t& error) override;
     bool ResolveEntryPoint(HModule module, const std::string& name) override;
-    void FreeLibrary(HModule module) override;
+    void CloseLibrary(HModule module) override;
     bool GetClassDevices(const ClassGuid& setupClass, std::uint32_t flags, HDevInfo& set,
                          std::uint32_t& error) override;
     bool EnumDeviceInfo(HDevInfo set, std::uint32_t index, DeviceInfoData& device,

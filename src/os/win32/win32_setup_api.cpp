@@ -75,7 +75,7 @@ Function Win32SetupApi::Get(const char* name) const {
     return found == entryPoints_.end() ? nullptr : reinterpret_cast<Function>(found->second);
 }
 
-bool Win32SetupApi::LoadLibrary(const std::wstring& name, HModule& module, std::uint32_t& error) {
+bool Win32SetupApi::OpenLibrary(const std::wstring& name, HModule& module, std::uint32_t& error) {
     const HMODULE loaded = LoadLibraryW(name.c_str());
     module = reinterpret_cast<HModule>(loaded);
     if (loaded == nullptr) error = GetLastError();
@@ -90,7 +90,7 @@ bool Win32SetupApi::ResolveEntryPoint(HModule module, const std::string& name) {
     return true;
 }
 
-void Win32SetupApi::FreeLibrary(HModule module) {
+void Win32SetupApi::CloseLibrary(HModule module) {
     entryPoints_.clear();
     ::FreeLibrary(reinterpret_cast<HMODULE>(module));
 }

@@ -10,9 +10,9 @@ namespace rigel::os {
 // The Setup API through the entry points resolved from the library that LoadLibrary loaded.
 class Win32SetupApi : public SetupApi {
   public:
-    bool LoadLibrary(const std::wstring& name, HModule& module, std::uint32_t& error) override;
+    bool OpenLibrary(const std::wstring& name, HModule& module, std::uint32_t& error) override;
     bool ResolveEntryPoint(HModule module, const std::string& name) override;
-    void FreeLibrary(HModule module) override;
+    void CloseLibrary(HModule module) override;
     bool GetClassDevices(const ClassGuid& setupClass, std::uint32_t flags, HDevInfo& set,
                          std::uint32_t& error) override;
     bool EnumDeviceInfo(HDevInfo set, std::uint32_t index, DeviceInfoData& device,
