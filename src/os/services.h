@@ -3,9 +3,14 @@
 namespace rigel::os {
 
 class Clock;
+class CodePage;
 class Cpu;
 class DebugOutput;
 class DeviceIo;
+class Diagnostics;
+class Direct3D;
+class Display;
+class Dxgi;
 class FileVersions;
 class Installer;
 class Libraries;
@@ -33,6 +38,12 @@ struct Services {
     ServiceControl* serviceControl = nullptr;
     ProcessLauncher* processLauncher = nullptr;
     SharedMemory* sharedMemory = nullptr;
+    Direct3D* direct3D8 = nullptr;
+    Direct3D* direct3D9 = nullptr;
+    Dxgi* dxgi = nullptr;
+    Diagnostics* diagnostics = nullptr;
+    Display* display = nullptr;
+    CodePage* codePage = nullptr;
     Libraries* libraries = nullptr;
     Installer* installer = nullptr;
     FileVersions* fileVersions = nullptr;

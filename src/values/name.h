@@ -24,6 +24,7 @@ class Name : public Value {
     // Same length and same characters: case matters and nothing is trimmed.
     bool operator==(const Name& other) const { return text_ == other.text_; }
 
+    bool IsEmpty() const { return text_.empty(); }
     const wchar_t* ToString() override { return text_.c_str(); }
     // Returns a heap copy that the caller owns.
     virtual Name* Clone() const;

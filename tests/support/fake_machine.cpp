@@ -2,6 +2,13 @@
 
 #include "core/components.h"
 #include "core/system.h"
+#include "detect/devices/direct_x_10.h"
+#include "detect/devices/direct_x_11.h"
+#include "detect/devices/direct_x_8.h"
+#include "detect/devices/direct_x_9.h"
+#include "detect/devices/dx_diag.h"
+#include "detect/devices/dxgi.h"
+#include "detect/devices/monitor.h"
 #include "detect/devices/setup_lib.h"
 #include "detect/platform/cpuid.h"
 #include "detect/platform/intel_driver.h"
@@ -28,6 +35,12 @@ os::Services ServicesOf(FakeMachine& machine) {
     services.serviceControl = &machine.serviceControl;
     services.processLauncher = &machine.processLauncher;
     services.sharedMemory = &machine.sharedMemory;
+    services.direct3D8 = &machine.direct3D8;
+    services.direct3D9 = &machine.direct3D9;
+    services.dxgi = &machine.dxgi;
+    services.diagnostics = &machine.diagnostics;
+    services.display = &machine.display;
+    services.codePage = &machine.codePage;
     services.libraries = &machine.libraries;
     services.installer = &machine.installer;
     services.fileVersions = &machine.fileVersions;
@@ -44,6 +57,13 @@ void FreshProcessState() {
     Registry::DestroyInstanceForTesting();
     SetupLib::DestroyInstanceForTesting();
     IntelDriver::DestroyInstanceForTesting();
+    DirectX_8::DestroyInstanceForTesting();
+    DirectX_9::DestroyInstanceForTesting();
+    DXDiag::DestroyInstanceForTesting();
+    DXGI::DestroyInstanceForTesting();
+    DirectX_10::DestroyInstanceForTesting();
+    DirectX_11::DestroyInstanceForTesting();
+    Monitor::ResetLargestResolutionForTesting();
     Log::DestroyInstanceForTesting();
     IntelWiDiLib::DestroyInstanceForTesting();
     SharedText::ClearAll();

@@ -4,17 +4,22 @@
 #include <vector>
 
 #include "os/fake/fake_clock.h"
+#include "os/fake/fake_code_page.h"
 #include "os/fake/fake_cpu.h"
 #include "os/fake/fake_debug_output.h"
 #include "os/fake/fake_device_io.h"
+#include "os/fake/fake_diagnostics.h"
+#include "os/fake/fake_direct3d.h"
+#include "os/fake/fake_display.h"
+#include "os/fake/fake_dxgi.h"
 #include "os/fake/fake_file_versions.h"
 #include "os/fake/fake_http.h"
-#include "os/fake/fake_process_launcher.h"
 #include "os/fake/fake_installer.h"
 #include "os/fake/fake_libraries.h"
+#include "os/fake/fake_process_launcher.h"
 #include "os/fake/fake_registry.h"
-#include "os/fake/fake_setup_api.h"
 #include "os/fake/fake_service_control.h"
+#include "os/fake/fake_setup_api.h"
 #include "os/fake/fake_shared_memory.h"
 #include "os/fake/fake_system_info.h"
 #include "os/fake/fake_wmi.h"
@@ -45,6 +50,12 @@ class FakeMachine {
     os::FakeServiceControl serviceControl;
     os::FakeProcessLauncher processLauncher;
     os::FakeSharedMemory sharedMemory;
+    os::FakeDirect3D direct3D8;
+    os::FakeDirect3D direct3D9;
+    os::FakeDxgi dxgi;
+    os::FakeDiagnostics diagnostics;
+    os::FakeDisplay display;
+    os::FakeCodePage codePage;
     os::FakeLibraries libraries;
     os::FakeInstaller installer;
     os::FakeFileVersions fileVersions;

@@ -4,7 +4,7 @@
 
 namespace rigel {
 
-// Not detected yet: stores nothing.
+// The primary screen's resolution and colour depth, read from the screen's device context.
 class Graphics : public Detector {
   public:
     Graphics();

@@ -24,6 +24,14 @@ std::wstring Parts(std::uint32_t high, std::uint32_t low) {
 }  // namespace
 
 bool FileVersion::Get(const std::wstring& path, std::wstring& text) {
+    std::uint64_t version = 0;
+    if (!GetNumber(path, version)) return false;
+    text = Parts(static_cast<std::uint32_t>(version >> 32), static_cast<std::uint32_t>(version));
+    return true;
+}
+
+bool FileVersion::GetNumber(const std::wstring& path, std::uint64_t& version) {
+    if (path.empty()) return false;
     os::FileVersions& files = *os::Current().fileVersions;
     std::uint32_t error = 0;
     const std::uint32_t size = files.InfoSize(path, error);
@@ -33,8 +41,8 @@ bool FileVersion::Get(const std::wstring& path, std::wstring& text) {
     if (!files.Info(path, data) || !files.QueryFixedInfo(data, fixedInfo)) return false;
     // A root block shorter than the fixed file information is a damaged resource.
     if (fixedInfo.size() < os::FileVersions::kFixedInfoSize) return false;
-    text = Parts(DwordAt(fixedInfo, os::FileVersions::kFileVersionMsOffset),
-                 DwordAt(fixedInfo, os::FileVersions::kFileVersionLsOffset));
+    version = std::uint64_t{DwordAt(fixedInfo, os::FileVersions::kFileVersionMsOffset)} << 32 |
+              DwordAt(fixedInfo, os::FileVersions::kFileVersionLsOffset);
     return true;
 }
 

@@ -1,16 +1,22 @@
 #include "os/services.h"
 #include "os/win32/win32_clock.h"
+#include "os/win32/win32_code_page.h"
 #include "os/win32/win32_cpu.h"
 #include "os/win32/win32_debug_output.h"
 #include "os/win32/win32_device_io.h"
+#include "os/win32/win32_diagnostics.h"
+#include "os/win32/win32_direct3d8.h"
+#include "os/win32/win32_direct3d9.h"
+#include "os/win32/win32_display.h"
+#include "os/win32/win32_dxgi.h"
 #include "os/win32/win32_file_versions.h"
 #include "os/win32/win32_http.h"
-#include "os/win32/win32_process_launcher.h"
 #include "os/win32/win32_installer.h"
 #include "os/win32/win32_libraries.h"
+#include "os/win32/win32_process_launcher.h"
 #include "os/win32/win32_registry.h"
-#include "os/win32/win32_setup_api.h"
 #include "os/win32/win32_service_control.h"
+#include "os/win32/win32_setup_api.h"
 #include "os/win32/win32_shared_memory.h"
 #include "os/win32/win32_system_info.h"
 #include "os/win32/win32_wmi.h"
@@ -46,6 +52,18 @@ Services DefaultServices() {
     services.installer = &installer;
     static Win32FileVersions fileVersions;
     services.fileVersions = &fileVersions;
+    static Win32Direct3D8 direct3D8;
+    static Win32Direct3D9 direct3D9;
+    static Win32Dxgi dxgi;
+    static Win32Diagnostics diagnostics;
+    static Win32Display display;
+    static Win32CodePage codePage;
+    services.direct3D8 = &direct3D8;
+    services.direct3D9 = &direct3D9;
+    services.dxgi = &dxgi;
+    services.diagnostics = &diagnostics;
+    services.display = &display;
+    services.codePage = &codePage;
     return services;
 }
 
