@@ -11,8 +11,10 @@ constexpr std::uint8_t kMonitorName = 0xFC;
 constexpr std::uint8_t kUnspecifiedText = 0xFE;
 constexpr std::uint8_t kSerialNumber = 0xFF;
 
+// The hexadecimal digit of the low four bits.
 wchar_t HexDigit(unsigned value) {
-    return static_cast<wchar_t>(value < 10 ? L'0' + value : L'A' + value - 10);
+    static constexpr wchar_t kDigits[] = L"0123456789ABCDEF";
+    return kDigits[value & 0xF];
 }
 
 }  // namespace
@@ -34,7 +36,7 @@ std::uint8_t EdidBlock::At(std::size_t offset) const {
 }
 
 std::wstring EdidBlock::ManufacturerCode() const {
-    const unsigned word = (At(kManufacturer) << 8) | At(kManufacturer + 1);
+    const unsigned word = (unsigned{At(kManufacturer)} << 8) | At(kManufacturer + 1);
     std::wstring code;
     for (int shift : {10, 5, 0}) code += static_cast<wchar_t>(((word >> shift) & 0x1F) + 0x40);
     return code;
@@ -43,8 +45,8 @@ std::wstring EdidBlock::ManufacturerCode() const {
 std::wstring EdidBlock::Identifier() const {
     std::wstring text;
     for (std::size_t offset = kManufacturer + 4; offset-- > kManufacturer;) {
-        text += HexDigit(At(offset) >> 4);
-        text += HexDigit(At(offset) & 0xF);
+        text += HexDigit(unsigned{At(offset)} >> 4);
+        text += HexDigit(At(offset));
     }
     return text;
 }
@@ -80,8 +82,8 @@ std::wstring EdidBlock::HexText() const {
     std::wstring text;
     for (std::uint8_t byte : bytes_) {
         if (!text.empty()) text += L' ';
-        text += HexDigit(byte >> 4);
-        text += HexDigit(byte & 0xF);
+        text += HexDigit(unsigned{byte} >> 4);
+        text += HexDigit(byte);
     }
     return text;
 }

@@ -100,8 +100,9 @@ bool Monitor::ReadModelEdid(const os::UniqueKey& display, const std::wstring& mo
         log.Line(Log::kTrace, L"Error: ", controlStatus);
         return false;
     }
+    os::UniqueKey controlKey(control, os::RegistryCloser(registry));
     Trace(L"Control key: ");
-    registry.CloseKey(control);
+    controlKey.reset();
     const os::UniqueKey parameters = OpenKey(instanceKey.get(), L"Device Parameters");
     Trace(L"Device Params");
     if (!parameters) return false;
