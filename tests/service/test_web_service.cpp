@@ -300,6 +300,7 @@ TEST_F(WebServiceTest, TheResponseIsDecodedUpToItsFirstNulByteAndCountedInUtf16U
 
 TEST_F(WebServiceTest, ElapsedCoversTheSendButNotTheBody) {
     machine.clock.performanceCounter = 1'000'000;
+    machine.clock.performanceCounterStep = 0;
     machine.http.onSend = [this] { machine.clock.performanceCounter += 2'500'000; };
     machine.http.onRead = [this] { machine.clock.performanceCounter += 10'000'000; };
     machine.http.response.body = "x";
