@@ -5,9 +5,9 @@
 #include <vector>
 
 #include "detect/devices/logical_drive.h"
-#include "support/fake_disks.h"
 #include "detect/stored_values.h"
 #include "diag/log.h"
+#include "support/fake_disks.h"
 #include "support/fake_machine.h"
 
 namespace rigel {

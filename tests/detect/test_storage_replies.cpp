@@ -4,8 +4,8 @@
 #include <string>
 
 #include "detect/devices/storage_replies.h"
-#include "support/fake_disks.h"
 #include "os/storage_control.h"
+#include "support/fake_disks.h"
 
 namespace rigel {
 namespace {

@@ -45,8 +45,8 @@ bool ReadText(const std::wstring& file, std::wstring& text) {
         bytes.append(chunk, count);
     }
     std::fclose(stream);
-    const int units = MultiByteToWideChar(CP_UTF8, 0, bytes.data(), static_cast<int>(bytes.size()),
-                                          nullptr, 0);
+    const int units =
+        MultiByteToWideChar(CP_UTF8, 0, bytes.data(), static_cast<int>(bytes.size()), nullptr, 0);
     text.assign(static_cast<size_t>(units), L'\0');
     MultiByteToWideChar(CP_UTF8, 0, bytes.data(), static_cast<int>(bytes.size()), text.data(),
                         units);

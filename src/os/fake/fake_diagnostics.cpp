@@ -132,7 +132,7 @@ std::int32_t FakeDiagnostics::EnumPropNames(ComObject container, std::uint32_t i
 }
 
 std::int32_t FakeDiagnostics::GetProperty(ComObject container, const std::wstring& name,
-                                      DiagnosticsValue& value) {
+                                          DiagnosticsValue& value) {
     const Container* found = Find(container);
     if (found == nullptr) return kInvalidArgument;
     const auto property = Named(found->properties, name);

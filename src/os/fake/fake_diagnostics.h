@@ -56,7 +56,7 @@ class FakeDiagnostics : public Diagnostics {
     std::int32_t EnumPropNames(ComObject container, std::uint32_t index, std::uint32_t capacity,
                                std::wstring& name) override;
     std::int32_t GetProperty(ComObject container, const std::wstring& name,
-                         DiagnosticsValue& value) override;
+                             DiagnosticsValue& value) override;
     void Release(ComObject object) override;
 
   private:
