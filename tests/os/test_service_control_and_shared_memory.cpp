@@ -38,10 +38,9 @@ void CheckServiceContract(ServiceControl& control) {
 
     ASSERT_TRUE(
         control.Open(manager, kRunningService, ServiceControl::kServiceAllAccess, service, error));
-    // While Wine is still starting services of its own the database is locked for a while (over
-    // 30 s on a fresh prefix under load), so the wait allows a minute.
+    // While Wine is still starting services of its own the database is locked for a moment.
     for (int attempt = 0;
-         attempt < 120 && !control.Start(service, error) && error == kErrorDatabaseLocked;
+         attempt < 20 && !control.Start(service, error) && error == kErrorDatabaseLocked;
          ++attempt) {
         std::this_thread::sleep_for(std::chrono::milliseconds(500));
     }
