@@ -26,8 +26,7 @@
 #include "os/win32/com_apartment.h"
 #include "os/win32/win32_code_page.h"
 #include "os/win32/win32_diagnostics.h"
-#include "os/win32/win32_direct3d8.h"
-#include "os/win32/win32_direct3d9.h"
+#include "os/win32/win32_direct3d.h"
 #include "os/win32/win32_display.h"
 #include "os/win32/win32_dxgi.h"
 #include "os/win32/win32_libraries.h"
@@ -227,10 +226,10 @@ TEST(Win32GraphicsTest, DirectXWithoutADisplayMakesNoObject) {
     const UniqueModule d3d8 = Load(loader, L"d3d8.dll");
     const UniqueModule d3d9 = Load(loader, L"d3d9.dll");
     const UniqueModule dxgiLibrary = Load(loader, L"dxgi.dll");
-    Win32Direct3D8 direct3D8;
-    Win32Direct3D9 direct3D9;
-    EXPECT_EQ(direct3D8.Create(loader.FindExport(d3d8.get(), "Direct3DCreate8"), 220), 0u);
-    EXPECT_EQ(direct3D9.Create(loader.FindExport(d3d9.get(), "Direct3DCreate9"), 32), 0u);
+    EXPECT_EQ(MakeWin32Direct3D8()->Create(loader.FindExport(d3d8.get(), "Direct3DCreate8"), 220),
+              0u);
+    EXPECT_EQ(MakeWin32Direct3D9()->Create(loader.FindExport(d3d9.get(), "Direct3DCreate9"), 32),
+              0u);
     Win32Dxgi dxgi;
     constexpr auto kUnsupported = static_cast<std::int32_t>(0x887A0004);  // DXGI_ERROR_UNSUPPORTED
     ComObject factory = 1;

@@ -1,12 +1,13 @@
+#include <memory>
 #include "os/services.h"
+
 #include "os/win32/win32_clock.h"
 #include "os/win32/win32_code_page.h"
 #include "os/win32/win32_cpu.h"
 #include "os/win32/win32_debug_output.h"
 #include "os/win32/win32_device_io.h"
 #include "os/win32/win32_diagnostics.h"
-#include "os/win32/win32_direct3d8.h"
-#include "os/win32/win32_direct3d9.h"
+#include "os/win32/win32_direct3d.h"
 #include "os/win32/win32_display.h"
 #include "os/win32/win32_dxgi.h"
 #include "os/win32/win32_file_versions.h"
@@ -52,14 +53,14 @@ Services DefaultServices() {
     services.installer = &installer;
     static Win32FileVersions fileVersions;
     services.fileVersions = &fileVersions;
-    static Win32Direct3D8 direct3D8;
-    static Win32Direct3D9 direct3D9;
+    static const std::unique_ptr<Direct3D> direct3D8 = MakeWin32Direct3D8();
+    static const std::unique_ptr<Direct3D> direct3D9 = MakeWin32Direct3D9();
     static Win32Dxgi dxgi;
     static Win32Diagnostics diagnostics;
     static Win32Display display;
     static Win32CodePage codePage;
-    services.direct3D8 = &direct3D8;
-    services.direct3D9 = &direct3D9;
+    services.direct3D8 = direct3D8.get();
+    services.direct3D9 = direct3D9.get();
     services.dxgi = &dxgi;
     services.diagnostics = &diagnostics;
     services.display = &display;

@@ -1,56 +1,24 @@
-#include "os/win32/win32_direct3d8.h"
-
-#include <windows.h>
-
 #include <d3d8.h>
 
-#include "os/win32/direct3d_calls.h"
+#include "os/win32/win32_direct3d.h"
 
 namespace rigel::os {
 namespace {
 
-struct Types {
+struct Direct3D8Types {
     using Object = IDirect3D8;
     using Device = IDirect3DDevice8;
     using Identifier = D3DADAPTER_IDENTIFIER8;
     using Caps = D3DCAPS8;
     using Present = D3DPRESENT_PARAMETERS;
+    using DeviceType = D3DDEVTYPE;
+    using SwapEffect = D3DSWAPEFFECT;
 };
 
 }  // namespace
 
-ComObject Win32Direct3D8::Create(ExportAddress create, std::uint32_t sdkVersion) {
-    return direct3d_calls::Create<Types>(create, sdkVersion);
+std::unique_ptr<Direct3D> MakeWin32Direct3D8() {
+    return std::make_unique<Win32Direct3D<Direct3D8Types>>();
 }
-
-std::uint32_t Win32Direct3D8::GetAdapterCount(ComObject direct3D) {
-    return direct3d_calls::GetAdapterCount<Types>(direct3D);
-}
-
-std::int32_t Win32Direct3D8::GetAdapterIdentifier(ComObject direct3D, std::uint32_t adapter,
-                                                  std::uint32_t flags,
-                                                  Direct3DAdapterIdentifier& identifier) {
-    return direct3d_calls::GetAdapterIdentifier<Types>(direct3D, adapter, flags, identifier);
-}
-
-std::int32_t Win32Direct3D8::GetDeviceCaps(ComObject direct3D, std::uint32_t adapter,
-                                           std::uint32_t deviceType, Direct3DCaps& caps) {
-    return direct3d_calls::GetDeviceCaps<Types>(direct3D, adapter, deviceType, caps);
-}
-
-std::int32_t Win32Direct3D8::CreateDevice(ComObject direct3D, std::uint32_t adapter,
-                                          std::uint32_t deviceType, std::uintptr_t focusWindow,
-                                          std::uint32_t behaviorFlags,
-                                          const Direct3DPresentParameters& parameters,
-                                          ComObject& device) {
-    return direct3d_calls::CreateDevice<Types>(direct3D, adapter, deviceType, focusWindow,
-                                               behaviorFlags, parameters, device);
-}
-
-std::uint32_t Win32Direct3D8::GetAvailableTextureMem(ComObject device) {
-    return direct3d_calls::GetAvailableTextureMem<Types>(device);
-}
-
-void Win32Direct3D8::Release(ComObject object) { direct3d_calls::Release(object); }
 
 }  // namespace rigel::os
