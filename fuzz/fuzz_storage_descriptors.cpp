@@ -58,7 +58,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (size <= storage::kAdapterBusTypeOffset && StorageReplies::ParseAdapterBusType(reply) != 0) {
         __builtin_trap();
     }
-    if (size < 4 && StorageReplies::IsDiskDevice(reply)) __builtin_trap();
+    if (size < 4 && StorageReplies::NamesDeviceType(reply, os::storage::kFileDeviceDisk))
+        __builtin_trap();
     if (size < 8 && StorageReplies::ParseDeviceNumber(reply).has_value()) __builtin_trap();
 
     for (const std::uint32_t fallback :

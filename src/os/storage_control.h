@@ -66,7 +66,8 @@ constexpr std::size_t kAdapterBusTypeOffset = 24;
 
 // GET_MEDIA_TYPES starts with the device type; the buffer the disk query uses.
 constexpr std::size_t kMediaTypesBufferSize = 1040;
-constexpr std::uint32_t kFileDeviceDisk = 7;  // FILE_DEVICE_DISK
+constexpr std::uint32_t kFileDeviceDisk = 7;    // FILE_DEVICE_DISK
+constexpr std::uint32_t kFileDeviceDvd = 0x33;  // FILE_DEVICE_DVD
 
 // STORAGE_DEVICE_NUMBER: DeviceType, DeviceNumber, PartitionNumber.
 constexpr std::size_t kDeviceNumberSize = 12;

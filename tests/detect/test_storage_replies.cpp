@@ -126,10 +126,10 @@ TEST(StorageRepliesTest, DescriptorBufferSizeBelievesOnlyPlausibleHeaders) {
 TEST(StorageRepliesTest, MediaTypesAndDeviceNumber) {
     Bytes media(8, 0);
     test::PutUint32(media, 0, 7);
-    EXPECT_TRUE(StorageReplies::IsDiskDevice(media));
+    EXPECT_TRUE(StorageReplies::NamesDeviceType(media, storage::kFileDeviceDisk));
     test::PutUint32(media, 0, 2);  // a CD-ROM
-    EXPECT_FALSE(StorageReplies::IsDiskDevice(media));
-    EXPECT_FALSE(StorageReplies::IsDiskDevice(Bytes{7, 0, 0}));
+    EXPECT_FALSE(StorageReplies::NamesDeviceType(media, storage::kFileDeviceDisk));
+    EXPECT_FALSE(StorageReplies::NamesDeviceType(Bytes{7, 0, 0}, storage::kFileDeviceDisk));
 
     Bytes number(12, 0);
     test::PutUint32(number, 0, 7);

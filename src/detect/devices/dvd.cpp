@@ -1,15 +1,15 @@
 #include "detect/devices/dvd.h"
 
 #include <cstdint>
-#include <cstring>
 #include <string>
 #include <vector>
 
 #include "core/system.h"
 #include "detect/devices/setup_lib.h"
+#include "detect/devices/storage_device.h"
+#include "detect/devices/storage_replies.h"
 #include "detect/platform/wmi.h"
-#include "os/device_io.h"
-#include "os/services.h"
+#include "os/storage_control.h"
 #include "values/ascii_case.h"
 
 namespace rigel {
@@ -18,9 +18,7 @@ namespace {
 constexpr std::uint32_t kDvdName = 71068;
 constexpr std::uint32_t kDvdDrive = 71298;
 
-constexpr std::uint32_t kGetMediaTypesEx = 0x2D0C04;  // IOCTL_STORAGE_GET_MEDIA_TYPES_EX
-constexpr std::uint32_t kMediaTypesBytes = 500;
-constexpr std::uint32_t kDeviceTypeDvd = 0x33;  // FILE_DEVICE_DVD
+constexpr std::size_t kMediaTypesBytes = 500;
 
 void FillEmpty(std::wstring& field, const std::wstring& from) {
     if (field.empty()) field = from;
@@ -28,22 +26,12 @@ void FillEmpty(std::wstring& field, const std::wstring& from) {
 
 // The device type that opens GET_MEDIA_TYPES, when the drive's device answers with one.
 bool ReportsDvdDeviceType(const std::wstring& drive) {
-    os::DeviceIo& io = *os::Current().deviceIo;
-    os::HDevice device = 0;
+    StorageDevice device;
     std::uint32_t error = 0;
-    if (!io.Open(L"\\\\.\\" + drive, 0, os::DeviceIo::kShareRead | os::DeviceIo::kShareWrite,
-                 os::DeviceIo::kOpenExisting, 0, device, error)) {
-        return false;
-    }
-    std::vector<std::uint8_t> reply(kMediaTypesBytes, 0);
-    std::uint32_t returned = 0;
-    const bool answered = io.Control(device, kGetMediaTypesEx, nullptr, 0, reply.data(),
-                                     kMediaTypesBytes, returned, error);
-    io.Close(device);
-    std::uint32_t deviceType = 0;
-    if (!answered || returned < sizeof deviceType || returned > kMediaTypesBytes) return false;
-    std::memcpy(&deviceType, reply.data(), sizeof deviceType);
-    return deviceType == kDeviceTypeDvd;
+    StorageReplies::Bytes reply(kMediaTypesBytes, 0);
+    return device.Open(L"\\\\.\\" + drive, error) &&
+           device.Query(os::storage::kGetMediaTypesEx, reply, error) &&
+           StorageReplies::NamesDeviceType(reply, os::storage::kFileDeviceDvd);
 }
 
 bool NamesDvd(const std::wstring& text) {

@@ -4,10 +4,10 @@
 #include <string>
 
 #include "core/group_id.h"
+#include "detect/devices/storage_device.h"
 #include "detect/devices/storage_replies.h"
 #include "diag/log.h"
 #include "diag/scope_trace.h"
-#include "os/device_closer.h"
 #include "os/services.h"
 #include "os/storage_control.h"
 #include "os/system_info.h"
@@ -48,22 +48,13 @@ std::vector<std::wstring> DriveRoots() {
 
 // The number of the disk that holds the volume, 0 when it cannot be asked.
 std::uint32_t DiskNumberOf(const std::wstring& root) {
-    os::DeviceIo& io = *os::Current().deviceIo;
-    os::HDevice handle = 0;
+    StorageDevice device;
     std::uint32_t error = 0;
-    if (!io.Open(L"\\\\.\\" + root.substr(0, 2), 0,
-                 os::DeviceIo::kShareRead | os::DeviceIo::kShareWrite, os::DeviceIo::kOpenExisting,
-                 0, handle, error)) {
-        return 0;
-    }
-    const os::UniqueDevice device(handle, os::DeviceCloser(io));
     StorageReplies::Bytes reply(os::storage::kDeviceNumberSize, 0);
-    std::uint32_t returned = 0;
-    if (!io.Control(device.get(), os::storage::kGetDeviceNumber, nullptr, 0, reply.data(),
-                    static_cast<std::uint32_t>(reply.size()), returned, error)) {
+    if (!device.Open(L"\\\\.\\" + root.substr(0, 2), error) ||
+        !device.Query(os::storage::kGetDeviceNumber, reply, error)) {
         return 0;
     }
-    reply.resize(std::min<std::size_t>(returned, reply.size()));
     return StorageReplies::ParseDeviceNumber(reply).value_or(0);
 }
 

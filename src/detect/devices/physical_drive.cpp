@@ -1,8 +1,5 @@
 #include "detect/devices/physical_drive.h"
 
-#include <algorithm>
-#include <utility>
-
 #include <boost/algorithm/string/case_conv.hpp>
 #include <boost/algorithm/string/trim.hpp>
 
@@ -42,8 +39,8 @@ bool BeginsWithSsd(const std::wstring& model) {
 
 }  // namespace
 
-PhysicalDrive::PhysicalDrive(os::UniqueDevice device, PhysicalDriveInfo& info)
-    : device_(std::move(device)), info_(info) {}
+PhysicalDrive::PhysicalDrive(StorageDevice& device, PhysicalDriveInfo& info)
+    : device_(device), info_(info) {}
 
 bool PhysicalDrive::GetPhysicalDeviceInfo(const std::wstring& path, std::uint32_t driveNumber,
                                           PhysicalDriveInfo& info) {
@@ -54,16 +51,14 @@ bool PhysicalDrive::GetPhysicalDeviceInfo(const std::wstring& path, std::uint32_
     info.busType = storage::kBusTypeUnknown;
     info.driveNumber = driveNumber;
 
-    os::DeviceIo& io = *os::Current().deviceIo;
-    os::HDevice handle = 0;
+    StorageDevice device;
     std::uint32_t error = 0;
-    if (!io.Open(path, 0, os::DeviceIo::kShareRead | os::DeviceIo::kShareWrite,
-                 os::DeviceIo::kOpenExisting, 0, handle, error)) {
+    if (!device.Open(path, error)) {
         Log::Instance().Line(Log::kTrace, L"Failed to open drive: ", driveNumber, L" with error: ",
                              error);
         return false;
     }
-    PhysicalDrive drive(os::UniqueDevice(handle, os::DeviceCloser(io)), info);
+    PhysicalDrive drive(device, info);
     drive.ReadIdentifyData();
     drive.ReadMediaTypes();
     drive.ReadDeviceDescriptor();
@@ -93,8 +88,8 @@ void PhysicalDrive::ReadIdentifyData() {
     Bytes result = StorageReplies::IdentifyResultBuffer();
     log.Line(Log::kTrace, L"Looking for Drive: ", info_.driveNumber);
     std::uint32_t error = 0;
-    if (!Send(storage::kSmartRcvDriveData, command, kIdentifyCommandSent, result,
-              kIdentifyResultRoom, error)) {
+    if (!device_.Query(storage::kSmartRcvDriveData, command, kIdentifyCommandSent, result,
+                       kIdentifyResultRoom, error)) {
         log.Line(Log::kWarning, L"Error with DeviceIoControl: ", error);
         return;
     }
@@ -109,8 +104,8 @@ void PhysicalDrive::ReadIdentifyData() {
 void PhysicalDrive::ReadMediaTypes() {
     Bytes reply(storage::kMediaTypesBufferSize, 0);
     std::uint32_t error = 0;
-    if (Send(storage::kGetMediaTypesEx, Bytes(), 0, reply, reply.size(), error) &&
-        StorageReplies::IsDiskDevice(reply)) {
+    if (device_.Query(storage::kGetMediaTypesEx, reply, error) &&
+        StorageReplies::NamesDeviceType(reply, storage::kFileDeviceDisk)) {
         info_.isDiskDevice = true;
     }
 }
@@ -141,21 +136,11 @@ bool PhysicalDrive::QueryDescriptor(std::uint32_t propertyId, std::uint32_t defa
     Bytes header(storage::kDescriptorHeaderSize, 0);
     std::uint32_t error = 0;
     const bool headerAnswered =
-        Send(storage::kQueryProperty, query, query.size(), header, header.size(), error);
+        device_.Query(storage::kQueryProperty, query, query.size(), header, header.size(), error);
     const std::uint32_t size =
         StorageReplies::DescriptorBufferSize(headerAnswered, header, defaultSize);
     reply = StorageReplies::DescriptorBuffer(size, defaultSize);
-    return Send(storage::kQueryProperty, query, query.size(), reply, size, error);
-}
-
-bool PhysicalDrive::Send(std::uint32_t code, const Bytes& in, std::size_t inSize, Bytes& out,
-                         std::size_t outSize, std::uint32_t& error) {
-    std::uint32_t returned = 0;
-    const bool sent = os::Current().deviceIo->Control(
-        device_.get(), code, in.empty() ? nullptr : in.data(), static_cast<std::uint32_t>(inSize),
-        out.data(), static_cast<std::uint32_t>(outSize), returned, error);
-    if (sent) out.resize(std::min<std::size_t>(returned, outSize));
-    return sent;
+    return device_.Query(storage::kQueryProperty, query, query.size(), reply, size, error);
 }
 
 }  // namespace rigel

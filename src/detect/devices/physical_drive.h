@@ -4,8 +4,8 @@
 #include <string>
 
 #include "detect/devices/physical_drive_info.h"
+#include "detect/devices/storage_device.h"
 #include "detect/devices/storage_replies.h"
-#include "os/device_closer.h"
 
 namespace rigel {
 
@@ -25,7 +25,7 @@ class PhysicalDrive {
   private:
     using Bytes = StorageReplies::Bytes;
 
-    PhysicalDrive(os::UniqueDevice device, PhysicalDriveInfo& info);
+    PhysicalDrive(StorageDevice& device, PhysicalDriveInfo& info);
 
     void ReadIdentifyData();
     void ReadMediaTypes();
@@ -34,12 +34,8 @@ class PhysicalDrive {
     // The two-step property query: the header for the size, then the whole descriptor. Returns
     // false when the second query fails, else true with the bytes the device wrote.
     bool QueryDescriptor(std::uint32_t propertyId, std::uint32_t defaultSize, Bytes& reply);
-    // Sends the first inSize bytes of in and offers the first outSize bytes of out; on success
-    // out is cut to the bytes the device wrote.
-    bool Send(std::uint32_t code, const Bytes& in, std::size_t inSize, Bytes& out,
-              std::size_t outSize, std::uint32_t& error);
 
-    os::UniqueDevice device_;
+    StorageDevice& device_;
     PhysicalDriveInfo& info_;
 };
 

@@ -129,8 +129,8 @@ std::uint8_t StorageReplies::ParseAdapterBusType(const Bytes& reply) {
     return ByteAt(reply, storage::kAdapterBusTypeOffset);
 }
 
-bool StorageReplies::IsDiskDevice(const Bytes& reply) {
-    return reply.size() >= 4 && ReadUint32(reply, 0) == storage::kFileDeviceDisk;
+bool StorageReplies::NamesDeviceType(const Bytes& reply, std::uint32_t deviceType) {
+    return reply.size() >= 4 && ReadUint32(reply, 0) == deviceType;
 }
 
 std::optional<std::uint32_t> StorageReplies::ParseDeviceNumber(const Bytes& reply) {

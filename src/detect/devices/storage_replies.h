@@ -48,8 +48,8 @@ class StorageReplies {
     static DeviceDescriptor ParseDeviceDescriptor(const Bytes& reply);
     static std::uint8_t ParseAdapterBusType(const Bytes& reply);
 
-    // True when a media-types reply names a disk device.
-    static bool IsDiskDevice(const Bytes& reply);
+    // True when a media-types reply starts with the given device type (FILE_DEVICE_*).
+    static bool NamesDeviceType(const Bytes& reply, std::uint32_t deviceType);
     // The disk number of a device-number reply, when it holds one.
     static std::optional<std::uint32_t> ParseDeviceNumber(const Bytes& reply);
 

@@ -44,6 +44,7 @@ static_assert(sizeof(STORAGE_ADAPTER_DESCRIPTOR) == kAdapterDescriptorSize);
 static_assert(offsetof(STORAGE_ADAPTER_DESCRIPTOR, BusType) == kAdapterBusTypeOffset);
 
 static_assert(FILE_DEVICE_DISK == kFileDeviceDisk);
+static_assert(FILE_DEVICE_DVD == kFileDeviceDvd);
 static_assert(sizeof(STORAGE_DEVICE_NUMBER) == kDeviceNumberSize);
 static_assert(offsetof(STORAGE_DEVICE_NUMBER, DeviceNumber) == kDeviceNumberOffset);
 
