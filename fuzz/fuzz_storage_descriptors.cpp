@@ -58,7 +58,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (size <= storage::kAdapterBusTypeOffset && StorageReplies::ParseAdapterBusType(reply) != 0) {
         __builtin_trap();
     }
-    if (size < 4 && StorageReplies::NamesDeviceType(reply, os::storage::kFileDeviceDisk))
+    if (size < 4 && StorageReplies::NamesDeviceType(reply, storage::kFileDeviceDisk))
         __builtin_trap();
     if (size < 8 && StorageReplies::ParseDeviceNumber(reply).has_value()) __builtin_trap();
 
