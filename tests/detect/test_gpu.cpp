@@ -89,7 +89,11 @@ TEST_F(GpuTest, ReportsOnlySetupAdaptersWithVendorAndDeviceInTheirFixedOrder) {
     test::InstallGraphicsLibraries(machine);
     AddSetupAdapter(L"PCI\\VEN_10DE&DEV_1201&SUBSYS_83B41043&REV_A1", L"GeForce GTX 560");
     AddSetupAdapter(L"ROOT\\BasicDisplay", L"Basic Display Adapter");
-    AddDirect3D9(0x10DE, 0x1201, 0).identifier.subSysId = 0x83B41043;
+    auto& geForce = AddDirect3D9(0x10DE, 0x1201, 0).identifier;
+    geForce.subSysId = 0x83B41043;
+    // The Setup API read no driver version, so Direct3D's is taken.
+    geForce.driverVersionHigh = 0x00080011;
+    geForce.driverVersionLow = 0x000C24F5;
     AddDirect3D9(0x1002, 0x6719, 256 * kMB);  // seen only by Direct3D: never reported
 
     Detect();
@@ -106,7 +110,7 @@ TEST_F(GpuTest, ReportsOnlySetupAdaptersWithVendorAndDeviceInTheirFixedOrder) {
         L"71285#0=0.0 B",
         L"71278#0=Yes",
         L"71065#0=Yes",
-        L"71336#0=0.0",
+        L"71336#0=8.17.12.9461",
         L"71328#0=",
         L"71292#0=3.0",
         L"71089#0=3.0",

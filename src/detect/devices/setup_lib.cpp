@@ -294,7 +294,8 @@ void SetupLib::GetGpuInfo(std::vector<GpuInfo>& adapters) {
 
         text = NonEmptyValue(driver, L"", L"Ver");
         if (text.empty()) text = NonEmptyValue(driver, L"", L"DriverVersion");
-        if (!text.empty()) gpu.driverVersion = Version(text);
+        // Empty when neither value is there, so that the merge takes a DirectX source's version.
+        gpu.driverVersion = Version(text);
 
         text = NonEmptyValue(driver, L"info", L"ChipType");
         if (text.empty()) text = NonEmptyValue(driver, L"", L"HardwareInformation.ChipType");
