@@ -1,6 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <cstdint>
 #include <set>
 #include <string>
@@ -11,30 +10,19 @@
 #include "detect/stored_values.h"
 #include "diag/log.h"
 #include "support/fake_machine.h"
+#include "support/store_and_log_lookup.h"
 
 namespace rigel {
 namespace {
 
 using os::FakeDiagnostics;
 using os::SetupApi;
+using test::Logged;
 constexpr std::uint64_t kMB = 1024 * 1024;
 
 // The stored text of group#index, or "(none)".
 std::wstring StoredText(std::uint32_t group, std::uint32_t index) {
-    const std::wstring key = std::to_wstring(group) + L"#" + std::to_wstring(index) + L"=";
-    for (const std::wstring& value : test::Stored()) {
-        if (value.compare(0, key.size(), key) == 0) return value.substr(key.size());
-    }
-    return L"(none)";
-}
-
-bool Logged(const test::FakeMachine& machine, const std::wstring& levelAndMessage) {
-    const auto lines = machine.LogLines();
-    return std::any_of(lines.begin(), lines.end(), [&](const std::wstring& line) {
-        return line.size() >= levelAndMessage.size() &&
-               line.compare(line.size() - levelAndMessage.size(), std::wstring::npos,
-                            levelAndMessage) == 0;
-    });
+    return test::StoredText(std::to_wstring(group) + L"#" + std::to_wstring(index));
 }
 
 void Detect() {
@@ -42,92 +30,88 @@ void Detect() {
     EXPECT_TRUE(gpu.Detect());
 }
 
+// The texts stored for the adapter at index under each of the groups, in their order.
+std::vector<std::wstring> Texts(std::uint32_t index, const std::vector<std::uint32_t>& groups) {
+    std::vector<std::wstring> texts;
+    for (std::uint32_t group : groups) texts.push_back(StoredText(group, index));
+    return texts;
+}
+
+void AddSetupAdapter(test::FakeMachine& machine, const std::wstring& hardwareId,
+                     const std::wstring& description = L"") {
+    machine.setupApi.AddDevice(SetupApi::kDisplayClass)
+        .Text(SetupApi::kDeviceDescription, description)
+        .Text(SetupApi::kHardwareId, hardwareId);
+}
+
+os::Direct3DAdapterIdentifier& AddDirect3D9(test::FakeMachine& machine, std::uint32_t vendor,
+                                            std::uint32_t device, std::uint64_t textureMemory) {
+    os::FakeDirect3D::Adapter adapter;
+    adapter.identifier.description = "Direct3D 9 description";
+    adapter.identifier.vendorId = vendor;
+    adapter.identifier.deviceId = device;
+    adapter.caps = {0x00090000, 0xFFFE0300, 0xFFFF0300};
+    adapter.textureMemory = static_cast<std::uint32_t>(textureMemory);
+    machine.direct3D9.adapters.push_back(adapter);
+    return machine.direct3D9.adapters.back().identifier;
+}
+
+// Seen by DXGI and, with their libraries present, by the Direct3D 10 and 11 sources.
+void AddDxgi(test::FakeMachine& machine, std::uint32_t vendor, std::uint32_t device,
+             std::uint64_t dedicated, std::uint64_t shared) {
+    os::FakeDxgi::Adapter adapter;
+    adapter.description = {L"DXGI description", vendor, device, 0, 0, dedicated, 0, shared};
+    machine.dxgi.adapters.push_back(adapter);
+}
+
 class GpuTest : public ::testing::Test {
   protected:
     GpuTest() { Log::Instance().SetLevel(Log::kTrace); }
-
-    void AddSetupAdapter(const std::wstring& hardwareId, const std::wstring& description = L"") {
-        machine.setupApi.AddDevice(SetupApi::kDisplayClass)
-            .Text(SetupApi::kDeviceDescription, description)
-            .Text(SetupApi::kHardwareId, hardwareId);
-    }
-    os::FakeDirect3D::Adapter& AddDirect3D9(std::uint32_t vendor, std::uint32_t device,
-                                            std::uint32_t textureMemory) {
-        os::FakeDirect3D::Adapter adapter;
-        adapter.identifier.description = "Direct3D 9 description";
-        adapter.identifier.vendorId = vendor;
-        adapter.identifier.deviceId = device;
-        adapter.caps = {0x00090000, 0xFFFE0300, 0xFFFF0300};
-        adapter.textureMemory = textureMemory;
-        machine.direct3D9.adapters.push_back(adapter);
-        return machine.direct3D9.adapters.back();
-    }
-    // Seen by DXGI and, with their libraries present, by the Direct3D 10 and 11 sources.
-    os::FakeDxgi::Adapter& AddDxgi(std::uint32_t vendor, std::uint32_t device,
-                                   std::uint64_t dedicated, std::uint64_t shared) {
-        os::FakeDxgi::Adapter adapter;
-        adapter.description = {L"DXGI description", vendor, device, 0, 0, dedicated, 0, shared};
-        adapter.device10Status = os::Dxgi::kInvalidArgument;
-        adapter.device11Status = os::Dxgi::kInvalidArgument;
-        machine.dxgi.adapters.push_back(adapter);
-        return machine.dxgi.adapters.back();
-    }
-    void AddDxDiag(const std::wstring& deviceId, const std::wstring& chipType,
-                   const std::wstring& memory) {
-        auto& devices = machine.diagnostics.root.Child(L"DxDiag_DisplayDevices");
-        auto& device = devices.Child(std::to_wstring(devices.children.size()));
-        device.Set(L"szDescription", FakeDiagnostics::Text(L"DxDiag description"));
-        device.Set(L"szChipType", FakeDiagnostics::Text(chipType));
-        device.Set(L"szKeyDeviceID", FakeDiagnostics::Text(deviceId));
-        device.Set(L"szDisplayMemoryEnglish", FakeDiagnostics::Text(memory));
-    }
 
     test::FakeMachine machine;
 };
 
 TEST_F(GpuTest, ReportsOnlySetupAdaptersWithVendorAndDeviceInTheirFixedOrder) {
     test::InstallGraphicsLibraries(machine);
-    AddSetupAdapter(L"PCI\\VEN_10DE&DEV_1201&SUBSYS_83B41043&REV_A1", L"GeForce GTX 560");
-    AddSetupAdapter(L"ROOT\\BasicDisplay", L"Basic Display Adapter");
-    auto& geForce = AddDirect3D9(0x10DE, 0x1201, 0).identifier;
+    AddSetupAdapter(machine, L"PCI\\VEN_10DE&DEV_1201&SUBSYS_83B41043&REV_A1", L"GeForce GTX 560");
+    AddSetupAdapter(machine, L"ROOT\\BasicDisplay", L"Basic Display Adapter");
+    auto& geForce = AddDirect3D9(machine, 0x10DE, 0x1201, 0);
     geForce.subSysId = 0x83B41043;
     // The Setup API read no driver version, so Direct3D's is taken.
     geForce.driverVersionHigh = 0x00080011;
     geForce.driverVersionLow = 0x000C24F5;
-    AddDirect3D9(0x1002, 0x6719, 256 * kMB);  // seen only by Direct3D: never reported
+    AddDirect3D9(machine, 0x1002, 0x6719, 256 * kMB);  // seen only by Direct3D: never reported
 
     Detect();
 
-    const std::vector<std::wstring> expected = {
-        L"71064#0=GeForce GTX 560",
-        L"71105#0=",
-        L"71327#0=",
-        L"71287#0=Yes",
-        L"71085#0=Yes",
-        L"71286#0=Yes",
-        L"71087#0=0.0 B",
-        L"71291#0=0.0 B",
-        L"71285#0=0.0 B",
-        L"71278#0=Yes",
-        L"71065#0=Yes",
-        L"71336#0=8.17.12.9461",
-        L"71328#0=",
-        L"71292#0=3.0",
-        L"71089#0=3.0",
-        L"71290#0=3.0",
-        L"71086#0=3.0",
-        L"71277#0=No",
-        L"71288#0=No",
-        L"71289#0=Yes",
-        L"71231#0=VEN_10DE&DEV_1201&SUBSYS_83B41043&REV_A1",
-        L"71224#0=1201",
-        L"71333#0=83B4",
-        L"71223#0=10DE",
-        L"71334#0=1043",
-        L"71459#0=No",
-        L"71378#0=No",
-    };
-    EXPECT_EQ(test::Stored(), expected);
+    EXPECT_EQ(test::Stored(),
+              (std::vector<std::wstring>{L"71064#0=GeForce GTX 560",
+                                         L"71105#0=",
+                                         L"71327#0=",
+                                         L"71287#0=Yes",
+                                         L"71085#0=Yes",
+                                         L"71286#0=Yes",
+                                         L"71087#0=0.0 B",
+                                         L"71291#0=0.0 B",
+                                         L"71285#0=0.0 B",
+                                         L"71278#0=Yes",
+                                         L"71065#0=Yes",
+                                         L"71336#0=8.17.12.9461",
+                                         L"71328#0=",
+                                         L"71292#0=3.0",
+                                         L"71089#0=3.0",
+                                         L"71290#0=3.0",
+                                         L"71086#0=3.0",
+                                         L"71277#0=No",
+                                         L"71288#0=No",
+                                         L"71289#0=Yes",
+                                         L"71231#0=VEN_10DE&DEV_1201&SUBSYS_83B41043&REV_A1",
+                                         L"71224#0=1201",
+                                         L"71333#0=83B4",
+                                         L"71223#0=10DE",
+                                         L"71334#0=1043",
+                                         L"71459#0=No",
+                                         L"71378#0=No"}));
     EXPECT_TRUE(Logged(machine, L"TRACE | Got 2 adapters from SetupLib."));
     EXPECT_TRUE(Logged(machine, L"TRACE | Got 1 adapters after the filter."));
     EXPECT_TRUE(Logged(machine, L"TRACE | Got 2 adapters from DirectX 9."));
@@ -156,17 +140,9 @@ TEST(GpuMergeTest, MemoryTakesTheLargestFigureAndATotalAloneBecomesDedicated) {
         SCOPED_TRACE(c.what);
         test::FakeMachine fresh;
         test::InstallGraphicsLibraries(fresh);
-        fresh.setupApi.AddDevice(SetupApi::kDisplayClass)
-            .Text(SetupApi::kHardwareId, L"PCI\\VEN_1002&DEV_6719");
-        os::FakeDirect3D::Adapter adapter;
-        adapter.identifier = {"", 0x1002, 0x6719, 0, 0, 0, 0};
-        adapter.textureMemory = static_cast<std::uint32_t>(c.textureMemory);
-        fresh.direct3D9.adapters = {adapter};
-        if (c.dxgiDedicated != 0) {
-            os::FakeDxgi::Adapter dxgi;
-            dxgi.description = {L"", 0x1002, 0x6719, 0, 0, c.dxgiDedicated, 0, c.dxgiShared};
-            fresh.dxgi.adapters = {dxgi};
-        }
+        AddSetupAdapter(fresh, L"PCI\\VEN_1002&DEV_6719");
+        AddDirect3D9(fresh, 0x1002, 0x6719, c.textureMemory);
+        if (c.dxgiDedicated != 0) AddDxgi(fresh, 0x1002, 0x6719, c.dxgiDedicated, c.dxgiShared);
         Detect();
         EXPECT_EQ(Size(StoredText(71285, 0)).GetBytes(), c.dedicated);
         EXPECT_EQ(Size(StoredText(71291, 0)).GetBytes(), c.shared);
@@ -176,29 +152,21 @@ TEST(GpuMergeTest, MemoryTakesTheLargestFigureAndATotalAloneBecomesDedicated) {
 
 TEST_F(GpuTest, AnAdapterNoSourceSawBorrowsFromItsSiblingsOnly) {
     test::InstallGraphicsLibraries(machine);
-    AddSetupAdapter(L"PCI\\VEN_8086&DEV_0102", L"HD Graphics");       // borrows from 0116
-    AddSetupAdapter(L"PCI\\VEN_8086&DEV_0116", L"HD Graphics 3000");  // seen by Direct3D 9
-    AddSetupAdapter(L"PCI\\VEN_8086&DEV_0202", L"Other family");      // nothing to borrow
-    AddDirect3D9(0x8086, 0x0116, 512 * kMB);
+    AddSetupAdapter(machine, L"PCI\\VEN_8086&DEV_0102", L"HD Graphics");       // borrows from 0116
+    AddSetupAdapter(machine, L"PCI\\VEN_8086&DEV_0116", L"HD Graphics 3000");  // seen by Direct3D 9
+    AddSetupAdapter(machine, L"PCI\\VEN_8086&DEV_0202", L"Other family");      // nothing to borrow
+    AddDirect3D9(machine, 0x8086, 0x0116, 512 * kMB);
 
     Detect();
 
-    EXPECT_EQ(StoredText(71064, 0), L"HD Graphics");  // its own texts stay
-    EXPECT_EQ(StoredText(71290, 0), L"3.0");
-    EXPECT_EQ(StoredText(71292, 0), L"3.0");
-    EXPECT_EQ(StoredText(71087, 0), L"512.0 MB");
-    EXPECT_EQ(StoredText(71285, 0), L"512.0 MB");
-    EXPECT_EQ(StoredText(71286, 0), L"Yes");
-    EXPECT_EQ(StoredText(71459, 0), L"Yes");
-    EXPECT_EQ(StoredText(71231, 0), L"VEN_8086&DEV_0102&SUBSYS_00000000&REV_00");
-    EXPECT_EQ(StoredText(71288, 0), L"Yes");
-
+    // Its own texts stay; the sibling's figures and flags are taken.
+    EXPECT_EQ(
+        Texts(0, {71064, 71290, 71292, 71087, 71285, 71286, 71459, 71231, 71288}),
+        (std::vector<std::wstring>{L"HD Graphics", L"3.0", L"3.0", L"512.0 MB", L"512.0 MB", L"Yes",
+                                   L"Yes", L"VEN_8086&DEV_0102&SUBSYS_00000000&REV_00", L"Yes"}));
     EXPECT_EQ(StoredText(71459, 1), L"No");  // matched itself, so it borrows nothing
-
-    EXPECT_EQ(StoredText(71290, 2), L"0.0");
-    EXPECT_EQ(StoredText(71087, 2), L"0.0 B");
-    EXPECT_EQ(StoredText(71286, 2), L"No");
-    EXPECT_EQ(StoredText(71459, 2), L"No");
+    EXPECT_EQ(Texts(2, {71290, 71087, 71286, 71459}),
+              (std::vector<std::wstring>{L"0.0", L"0.0 B", L"No", L"No"}));
 }
 
 TEST(GpuMergeTest, TheMergeOrderDecidesWhichTextWins) {
@@ -216,11 +184,8 @@ TEST(GpuMergeTest, TheMergeOrderDecidesWhichTextWins) {
         SCOPED_TRACE(c.what);
         test::FakeMachine fresh;
         test::InstallGraphicsLibraries(fresh, c.missingLibraries);
-        fresh.setupApi.AddDevice(SetupApi::kDisplayClass)
-            .Text(SetupApi::kHardwareId, L"PCI\\VEN_10DE&DEV_0DE1");
-        os::FakeDxgi::Adapter dxgi;
-        dxgi.description = {L"DXGI description", 0x10DE, 0x0DE1, 0, 0, 1024 * kMB, 0, 0};
-        fresh.dxgi.adapters = {dxgi};
+        AddSetupAdapter(fresh, L"PCI\\VEN_10DE&DEV_0DE1");
+        AddDxgi(fresh, 0x10DE, 0x0DE1, 1024 * kMB, 0);
         auto& device = fresh.diagnostics.root.Child(L"DxDiag_DisplayDevices").Child(L"0");
         device.Set(L"szKeyDeviceID", FakeDiagnostics::Text(L"PCI\\VEN_10DE&DEV_0DE1"));
         device.Set(L"szChipType", FakeDiagnostics::Text(L"DxDiag chip"));
@@ -231,22 +196,6 @@ TEST(GpuMergeTest, TheMergeOrderDecidesWhichTextWins) {
         EXPECT_EQ(StoredText(71064, 0),
                   c.missingLibraries.empty() ? L"DXGI description" : L"DxDiag description");
     }
-}
-
-TEST_F(GpuTest, DiagnosticsMemoryTextRoundsUpJustBelowAPowerOfTwo) {
-    test::InstallGraphicsLibraries(machine);
-    AddSetupAdapter(L"PCI\\VEN_10DE&DEV_1201");
-    AddSetupAdapter(L"PCI\\VEN_1002&DEV_6719");
-    AddDxDiag(L"PCI\\VEN_10DE&DEV_1201", L"GF114", L"1021.5 MB");
-    AddDxDiag(L"PCI\\VEN_1002&DEV_6719", L"Cayman", L"1019 MB");
-
-    Detect();
-
-    EXPECT_EQ(StoredText(71087, 0), L"1.0 GB");
-    EXPECT_EQ(StoredText(71285, 0), L"1.0 GB");
-    // The store holds one decimal of the largest unit: 1019 MB shows that nothing was rounded.
-    EXPECT_EQ(StoredText(71087, 1), L"1019.0 MB");
-    EXPECT_EQ(StoredText(71105, 1), L"Cayman");
 }
 
 TEST(GpuMergeTest, MergeKeepsPresentTextsAndTakesHigherVersionsAndFlags) {
