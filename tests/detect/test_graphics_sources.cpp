@@ -15,6 +15,7 @@
 #include "detect/graphics_libraries.h"
 #include "diag/log.h"
 #include "support/fake_machine.h"
+#include "support/store_and_log_lookup.h"
 
 namespace rigel {
 namespace {
@@ -23,15 +24,7 @@ using os::FakeDiagnostics;
 constexpr std::uint64_t kMB = 1024 * 1024;
 
 using test::InstallGraphicsLibraries;
-
-bool Logged(const test::FakeMachine& machine, const std::wstring& levelAndMessage) {
-    const auto lines = machine.LogLines();
-    return std::any_of(lines.begin(), lines.end(), [&](const std::wstring& line) {
-        return line.size() >= levelAndMessage.size() &&
-               line.compare(line.size() - levelAndMessage.size(), std::wstring::npos,
-                            levelAndMessage) == 0;
-    });
-}
+using test::Logged;
 
 std::wstring Text(Value& value) { return value.ToString(); }
 
@@ -177,7 +170,14 @@ os::FakeDxgi::Adapter DxgiAdapter(std::uint64_t video, std::uint64_t system, std
     return adapter;
 }
 
-TEST(GraphicsSourceTest, DxgiSourcesShareTheDescriptionAndMemory) {
+// The three sources built on DXGI: DXGI itself, Direct3D 10 and Direct3D 11.
+void QueryDxgiSource(int source, std::vector<GpuInfo>& list) {
+    if (source == 0) DXGI::Instance().GetGpuInfo(list);
+    if (source == 1) DirectX_10::Instance().GetGpuInfo(list);
+    if (source == 2) DirectX_11::Instance().GetGpuInfo(list);
+}
+
+TEST(GraphicsSourceTest, DxgiSourcesShareTheDescriptionMemoryAndFailures) {
     for (int source = 0; source < 3; ++source) {
         SCOPED_TRACE(source);
         test::FakeMachine machine;
@@ -186,9 +186,7 @@ TEST(GraphicsSourceTest, DxgiSourcesShareTheDescriptionAndMemory) {
         machine.dxgi.adapters = {DxgiAdapter(512 * kMB, 0, 1024 * kMB),
                                  DxgiAdapter(64 * kMB, 32 * kMB, 0)};
         std::vector<GpuInfo> list;
-        if (source == 0) DXGI::Instance().GetGpuInfo(list);
-        if (source == 1) DirectX_10::Instance().GetGpuInfo(list);
-        if (source == 2) DirectX_11::Instance().GetGpuInfo(list);
+        QueryDxgiSource(source, list);
 
         ASSERT_EQ(list.size(), 2u);
         EXPECT_EQ(Text(list[0].name), L"GeForce GTX 560");
@@ -207,29 +205,16 @@ TEST(GraphicsSourceTest, DxgiSourcesShareTheDescriptionAndMemory) {
                   3);
         EXPECT_EQ(std::count(calls.begin(), calls.end(), eleven ? "GetDesc1" : "GetDesc"), 2);
         EXPECT_EQ(Logged(machine, L"TRACE | Sub system ID: 2209615939"), eleven);
-    }
-}
 
-TEST(GraphicsSourceTest, DxgiFailuresEndTheListWithTheirMessages) {
-    for (int source = 0; source < 3; ++source) {
-        SCOPED_TRACE(source);
-        test::FakeMachine machine;
-        Log::Instance().SetLevel(Log::kTrace);
-        InstallGraphicsLibraries(machine);
-        machine.dxgi.adapters = {DxgiAdapter(kMB, 0, 0)};
+        // A failing enumeration keeps the adapters read before it; a failing factory adds none.
+        machine.dxgi.adapters.resize(1);
         machine.dxgi.endStatus = static_cast<std::int32_t>(0x887A0001);  // invalid call
-        auto query = [source](std::vector<GpuInfo>& list) {
-            if (source == 0) DXGI::Instance().GetGpuInfo(list);
-            if (source == 1) DirectX_10::Instance().GetGpuInfo(list);
-            if (source == 2) DirectX_11::Instance().GetGpuInfo(list);
-        };
-        std::vector<GpuInfo> list;
-        query(list);
+        list.clear();
+        QueryDxgiSource(source, list);
         EXPECT_EQ(list.size(), 1u);
         EXPECT_TRUE(Logged(machine, L"ERR   | Error while enumerating adapters: -2005270527"));
-
         machine.dxgi.factoryStatus = static_cast<std::int32_t>(0x80004005);
-        query(list);
+        QueryDxgiSource(source, list);
         EXPECT_EQ(list.size(), 1u);
         EXPECT_EQ(Logged(machine, L"ERR   | Failed in call to CreateDXGIFactory: -2147467259"),
                   source != 0);
@@ -381,26 +366,14 @@ TEST(GpuInfoTest, LogsHeadingAndEveryFieldInOrderAtTrace) {
 
     Log::Instance().SetLevel(Log::kTrace);
     LogGpuInfo(info, L"Setup API adapter:");
-    const std::vector<std::wstring> expected = {
-        L"Setup API adapter:",
-        L"name: GPU",
-        L"deviceID: VEN_0000&DEV_0000&SUBSYS_00000000&REV_00",
-        L"directXVersion: 0.0",
-        L"driverVersion: 0.0",
-        L"driver: ",
-        L"chipset: ",
-        L"dac: Internal",
-        L"dedicated ram: 0.0 B",
-        L"shared ram: 0.0 B",
-        L"total ram: 2.0 KB",
-        L"pixel shader: 0.0",
-        L"vertex shader: 0.0",
-        L"transform and lighting: Yes",
-        L"hardware rasterization: No",
-        L"3d: No",
-        L"2ID: Yes",
-    };
-    EXPECT_EQ(machine.LogMessages(), expected);
+    EXPECT_EQ(machine.LogMessages(),
+              (std::vector<std::wstring>{
+                  L"Setup API adapter:", L"name: GPU",
+                  L"deviceID: VEN_0000&DEV_0000&SUBSYS_00000000&REV_00", L"directXVersion: 0.0",
+                  L"driverVersion: 0.0", L"driver: ", L"chipset: ", L"dac: Internal",
+                  L"dedicated ram: 0.0 B", L"shared ram: 0.0 B", L"total ram: 2.0 KB",
+                  L"pixel shader: 0.0", L"vertex shader: 0.0", L"transform and lighting: Yes",
+                  L"hardware rasterization: No", L"3d: No", L"2ID: Yes"}));
 }
 
 }  // namespace
