@@ -1,6 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -10,6 +9,7 @@
 #include "diag/log.h"
 #include "support/fake_disks.h"
 #include "support/fake_machine.h"
+#include "support/store_and_log_lookup.h"
 
 namespace rigel {
 namespace {
@@ -17,7 +17,9 @@ namespace {
 using os::FakeWmi;
 using os::SetupApi;
 using test::FakeDisk;
+using test::LoggedMessage;
 using test::Stored;
+using test::StoredText;
 
 const std::wstring kDrive0 = L"\\\\.\\PHYSICALDRIVE0";
 const std::wstring kDrive1 = L"\\\\.\\PHYSICALDRIVE1";
@@ -40,14 +42,6 @@ FakeWmi::Row WmiDisk(const std::wstring& model, const std::wstring& name, std::u
     return {{L"Model", FakeWmi::Text(model)},
             {L"Name", FakeWmi::Text(name)},
             {L"Index", FakeWmi::Unsigned(index)}};
-}
-
-// The text stored under "group#index", or "(none)".
-std::wstring ValueOf(const std::wstring& id) {
-    for (const std::wstring& stored : Stored()) {
-        if (stored.compare(0, id.size() + 1, id + L"=") == 0) return stored.substr(id.size() + 1);
-    }
-    return L"(none)";
 }
 
 // One Setup API disk, matched by WMI to drive 0, which answers as staged.
@@ -79,11 +73,10 @@ TEST(HardDriveTest, StoresEveryValueOfADiskInOrder) {
     EXPECT_EQ(open.disposition, 3u);
     EXPECT_EQ(open.flags, 0u);
     EXPECT_EQ(machine.deviceIo.OpenCount(), 0u) << "the disk is closed again";
-    const auto messages = machine.LogMessages();
     for (const wchar_t* line :
          {L"From Setuplib - model: Disk", L"From Setuplib - firmware: 01.01A01",
           L"From wmi - model: Disk", L"Vendor: ABC DE50", L"Drive firmware or: 01.01A01"}) {
-        EXPECT_NE(std::find(messages.begin(), messages.end(), line), messages.end()) << line;
+        EXPECT_TRUE(LoggedMessage(machine, line)) << line;
     }
 }
 
@@ -100,10 +93,10 @@ TEST(HardDriveTest, TwoDisksOfOneModelBothTakeTheLastWmiRow) {
     AddSetupDisk(machine, L"ST3500418AS");
     DetectDisks();
 
-    EXPECT_EQ(ValueOf(L"71431#0"), L"ONE");
-    EXPECT_EQ(ValueOf(L"71431#1"), L"ONE");
-    EXPECT_EQ(ValueOf(L"71430#0"), L"1");
-    EXPECT_EQ(ValueOf(L"71430#1"), L"1");
+    EXPECT_EQ(StoredText(L"71431#0"), L"ONE");
+    EXPECT_EQ(StoredText(L"71431#1"), L"ONE");
+    EXPECT_EQ(StoredText(L"71430#0"), L"1");
+    EXPECT_EQ(StoredText(L"71430#1"), L"1");
     for (const auto& open : machine.deviceIo.opens) EXPECT_EQ(open.path, kDrive1);
     // The SMART command goes to the disk number WMI gave.
     ASSERT_FALSE(machine.deviceIo.calls.empty());
@@ -124,14 +117,11 @@ TEST(HardDriveTest, UnmatchedOrUnopenedDisksUseNoIndex) {
     AddSetupDisk(machine, L"Here");
     DetectDisks();
 
-    EXPECT_EQ(ValueOf(L"71431#0"), L"HERE");
-    EXPECT_EQ(ValueOf(L"71438#0"), L"USB");
-    EXPECT_EQ(ValueOf(L"71431#1"), L"(none)");
-    const auto messages = machine.LogMessages();
-    EXPECT_NE(std::find(messages.begin(), messages.end(), L"Failed to open drive: 1 with error: 2"),
-              messages.end());
-    EXPECT_NE(std::find(messages.begin(), messages.end(), L"From wmi - deviceID: " + kDrive1),
-              messages.end());
+    EXPECT_EQ(StoredText(L"71431#0"), L"HERE");
+    EXPECT_EQ(StoredText(L"71438#0"), L"USB");
+    EXPECT_EQ(StoredText(L"71431#1"), L"(none)");
+    EXPECT_TRUE(LoggedMessage(machine, L"Failed to open drive: 1 with error: 2"));
+    EXPECT_TRUE(LoggedMessage(machine, L"From wmi - deviceID: " + kDrive1));
 }
 
 TEST(HardDriveTest, BusTypesGiveTheirTextAndOneFlag) {
@@ -159,27 +149,9 @@ TEST(HardDriveTest, BusTypesGiveTheirTextAndOneFlag) {
         std::vector<std::wstring> flags;
         for (const wchar_t* id :
              {L"71438#0", L"71439#0", L"71440#0", L"71441#0", L"71442#0", L"71445#0"}) {
-            flags.push_back(ValueOf(id));
+            flags.push_back(StoredText(id));
         }
         EXPECT_EQ(flags, c.expected);
-    }
-}
-
-TEST(HardDriveTest, LongerOfDiskAndSetupFirmwareWins) {
-    struct Case {
-        const char* diskRevision;
-        std::wstring setupFirmware;
-        std::wstring expected;
-    };
-    const Case cases[] = {{"CC38", L"CC38____", L"CC38____"},
-                          {"1CC38___", L"CC38____", L"1CC38___"},
-                          {" 2CV1 ", L"", L"2CV1"}};
-    for (const Case& c : cases) {
-        test::FakeMachine machine;
-        DetectOneDisk(machine,
-                      {{}, 0, test::DeviceDescriptor(11, nullptr, nullptr, c.diskRevision), {}},
-                      c.setupFirmware);
-        EXPECT_EQ(ValueOf(L"71432#0"), c.expected) << c.diskRevision;
     }
 }
 
@@ -188,34 +160,43 @@ TEST(HardDriveTest, IdentifyDataStandsWhereDescriptorsFail) {
         test::FakeMachine machine;
         DetectOneDisk(machine,
                       {test::IdentifyResult("  Intel Raid 0 Volume  ", "01X2"), 0, {}, {}});
-        EXPECT_EQ(ValueOf(L"71431#0"), L"Intel Raid 0 Volume");
-        EXPECT_EQ(ValueOf(L"71432#0"), L"01X2");
-        EXPECT_EQ(ValueOf(L"71434#0"), L"Yes");
-        EXPECT_EQ(ValueOf(L"71433#0"), L"No");
-        EXPECT_EQ(ValueOf(L"71438#0"), L"");
+        EXPECT_EQ(StoredText(L"71431#0"), L"Intel Raid 0 Volume");
+        EXPECT_EQ(StoredText(L"71432#0"), L"01X2");
+        EXPECT_EQ(StoredText(L"71434#0"), L"Yes");
+        EXPECT_EQ(StoredText(L"71433#0"), L"No");
+        EXPECT_EQ(StoredText(L"71438#0"), L"");
     }
     test::FakeMachine machine;
     Log::Instance().SetLevel(Log::kTrace);
     DetectOneDisk(machine, {{}, 7, test::DeviceDescriptor(11, "intel", "X25-M", "02HD"), {}});
-    EXPECT_EQ(ValueOf(L"71431#0"), L"X25-M") << "descriptors still asked after identify failed";
-    EXPECT_EQ(ValueOf(L"71434#0"), L"Yes") << "INTEL found in the vendor whatever its case";
-    EXPECT_EQ(ValueOf(L"71433#0"), L"Yes");
-    const auto messages = machine.LogMessages();
-    EXPECT_NE(std::find(messages.begin(), messages.end(), L"Error with DeviceIoControl: 5"),
-              messages.end());
+    EXPECT_EQ(StoredText(L"71431#0"), L"X25-M") << "descriptors still asked after identify failed";
+    EXPECT_EQ(StoredText(L"71434#0"), L"Yes") << "INTEL found in the vendor whatever its case";
+    EXPECT_EQ(StoredText(L"71433#0"), L"Yes");
+    EXPECT_TRUE(LoggedMessage(machine, L"Error with DeviceIoControl: 5"));
 }
 
-TEST(HardDriveTest, SolidStateOnlyWhenTheModelBeginsWithSsd) {
+// The longer of the disk's and the Setup API's firmware wins; a model beginning with "SSD" is a
+// solid-state disk.
+TEST(HardDriveTest, FirmwareAndSolidStateFromTheDescriptorTexts) {
     struct Case {
         const char* model;
-        const wchar_t* expected;
+        const char* diskRevision;
+        std::wstring setupFirmware;
+        std::wstring firmware;
+        const wchar_t* solidState;
     };
-    const Case cases[] = {
-        {"Acme SSD 850", L"No"}, {"SSD2SC240G", L"Yes"}, {"ssd2SC240G", L"No"}, {"SS", L"No"}};
+    const Case cases[] = {{"Acme SSD 850", "CC38", L"CC38____", L"CC38____", L"No"},
+                          {"SSD2SC240G", "1CC38___", L"CC38____", L"1CC38___", L"Yes"},
+                          {"ssd2SC240G", " 2CV1 ", L"", L"2CV1", L"No"},
+                          {"SS", "CC38", L"", L"CC38", L"No"}};
     for (const Case& c : cases) {
+        SCOPED_TRACE(c.model);
         test::FakeMachine machine;
-        DetectOneDisk(machine, {{}, 0, test::DeviceDescriptor(11, nullptr, c.model, nullptr), {}});
-        EXPECT_EQ(ValueOf(L"71444#0"), c.expected) << c.model;
+        DetectOneDisk(machine,
+                      {{}, 0, test::DeviceDescriptor(11, nullptr, c.model, c.diskRevision), {}},
+                      c.setupFirmware);
+        EXPECT_EQ(StoredText(L"71432#0"), c.firmware);
+        EXPECT_EQ(StoredText(L"71444#0"), c.solidState);
     }
 }
 
