@@ -8,6 +8,7 @@
 #include "detect/platform/cpu.h"
 #include "detect/stored_values.h"
 #include "support/fake_machine.h"
+#include "support/store_and_log_lookup.h"
 
 namespace rigel {
 namespace {
@@ -20,44 +21,35 @@ constexpr os::HKey kMachine = os::Registry::kLocalMachine;
 const std::wstring kProcessor = L"HARDWARE\\DESCRIPTION\\System\\CentralProcessor\\0";
 const std::wstring kInfinst = L"SOFTWARE\\Intel\\Infinst";
 
-// A processor of the vendor with signature 0x000306C3, whose clock measures 1.8 GHz.
-void Processor(test::FakeMachine& machine, const char* vendor) {
-    std::uint32_t words[3] = {};
-    std::memcpy(words, vendor, 12);
-    machine.cpu.SetLeaf(0, {1, words[0], words[2], words[1]});
-    machine.cpu.SetLeaf(1, {0x000306C3, 0, 0, 0xBFEBFBFF});
-    machine.clock.performanceCounterStep = machine.clock.performanceFrequency;
-    machine.cpu.timeStamps = {0, 1'800'000'000};
-}
-
-void Wmi(test::FakeMachine& machine, const std::wstring& name, std::uint32_t megahertz) {
-    machine.wmi.tables[L"Win32_Processor"] = {{{L"Name", FakeWmi::Text(name)},
-                                               {L"Manufacturer", FakeWmi::Text(L"WmiMaker")},
-                                               {L"MaxClockSpeed", FakeWmi::Unsigned(megahertz)}}};
-}
-
-// Runs the detector afresh and gives the text stored under the value ID.
-std::wstring Detected(test::FakeMachine& machine, std::uint32_t value) {
-    test::FreshProcessState();
-    machine.cpu.timeStampReads = 0;
-    CPU cpu;
-    EXPECT_TRUE(cpu.Detect());
-    const std::wstring prefix = std::to_wstring(value) + L"#0=";
-    for (const auto& stored : test::Stored()) {
-        if (stored.compare(0, prefix.size(), prefix) == 0) return stored.substr(prefix.size());
-    }
-    ADD_FAILURE() << "nothing stored under " << value;
-    return {};
-}
-
 class CpuTest : public ::testing::Test {
   protected:
-    CpuTest() { Processor(machine, "GenuineIntel"); }
+    CpuTest() { Processor("GenuineIntel"); }
 
-    void Wmi(const std::wstring& name, std::uint32_t megahertz) {
-        rigel::Wmi(machine, name, megahertz);
+    // A processor of the vendor with signature 0x000306C3, whose clock measures 1.8 GHz.
+    void Processor(const char* vendor) {
+        std::uint32_t words[3] = {};
+        std::memcpy(words, vendor, 12);
+        machine.cpu.SetLeaf(0, {1, words[0], words[2], words[1]});
+        machine.cpu.SetLeaf(1, {0x000306C3, 0, 0, 0xBFEBFBFF});
+        machine.clock.performanceCounterStep = machine.clock.performanceFrequency;
+        machine.cpu.timeStamps = {0, 1'800'000'000};
     }
-    std::wstring Detected(std::uint32_t value) { return rigel::Detected(machine, value); }
+    void Wmi(const std::wstring& name, std::uint32_t megahertz) {
+        machine.wmi.tables[L"Win32_Processor"] = {
+            {{L"Name", FakeWmi::Text(name)},
+             {L"Manufacturer", FakeWmi::Text(L"WmiMaker")},
+             {L"MaxClockSpeed", FakeWmi::Unsigned(megahertz)}}};
+    }
+    // Runs the detector afresh and gives the text stored under the value ID.
+    std::wstring Detected(std::uint32_t value) {
+        test::FreshProcessState();
+        machine.cpu.timeStampReads = 0;
+        CPU cpu;
+        EXPECT_TRUE(cpu.Detect());
+        const std::wstring text = test::StoredText(std::to_wstring(value) + L"#0");
+        EXPECT_NE(text, L"(none)") << "nothing stored under " << value;
+        return text;
+    }
 
     test::FakeMachine machine;
 };
@@ -88,7 +80,7 @@ TEST_F(CpuTest, IntelMachineStoresItsNineteenValuesAfterTheEarlyIntelFlag) {
 }
 
 TEST_F(CpuTest, AmdMachineStoresTheIntelFlagOnceFalseAndLeavesTheDriverAlone) {
-    Processor(machine, "AuthenticAMD");
+    Processor("AuthenticAMD");
     machine.systemInfo.systemInfo.numberOfProcessors = 1;
 
     CPU cpu;
@@ -103,19 +95,12 @@ TEST_F(CpuTest, AmdMachineStoresTheIntelFlagOnceFalseAndLeavesTheDriverAlone) {
     EXPECT_TRUE(machine.deviceIo.opens.empty());
 }
 
-TEST(CpuSpeedTest, RegistrySpeedBeatsWmiWhichBeatsTheMeasuredClock) {
-    const struct {
-        bool registry;
-        bool wmi;
-        const wchar_t* expected;
-    } cases[] = {{true, true, L"3.4 GHz"}, {false, true, L"2.6 GHz"}, {false, false, L"1.8 GHz"}};
-    for (const auto& c : cases) {
-        test::FakeMachine machine;
-        Processor(machine, "GenuineIntel");
-        if (c.registry) machine.registry.SetDword(kMachine, kProcessor, L"~MHz", 3392);
-        if (c.wmi) Wmi(machine, L"", 2601);
-        EXPECT_EQ(Detected(machine, 71062), c.expected);
-    }
+TEST_F(CpuTest, RegistrySpeedBeatsWmiWhichBeatsTheMeasuredClock) {
+    EXPECT_EQ(Detected(71062), L"1.8 GHz");
+    Wmi(L"", 2601);
+    EXPECT_EQ(Detected(71062), L"2.6 GHz");
+    machine.registry.SetDword(kMachine, kProcessor, L"~MHz", 3392);
+    EXPECT_EQ(Detected(71062), L"3.4 GHz");
 }
 
 TEST_F(CpuTest, RegistryNameBeatsWmiAndIsCleaned) {
