@@ -28,32 +28,35 @@ using test::Logged;
 
 std::wstring Text(Value& value) { return value.ToString(); }
 
+enum Source { kDirect3D8, kDirect3D9, kDxgi, kDirect3D10, kDirect3D11 };
+
+void Query(Source source, std::vector<GpuInfo>& list) {
+    if (source == kDirect3D8) DirectX_8::Instance().GetGpuInfo(list);
+    if (source == kDirect3D9) DirectX_9::Instance().GetGpuInfo(list);
+    if (source == kDxgi) DXGI::Instance().GetGpuInfo(list);
+    if (source == kDirect3D10) DirectX_10::Instance().GetGpuInfo(list);
+    if (source == kDirect3D11) DirectX_11::Instance().GetGpuInfo(list);
+}
+
 TEST(GraphicsSourceTest, MissingLibrariesAndEntryPointsLeaveTheSourceUninitialized) {
     struct Case {
         const char* what;
         std::wstring removedLibrary;
         std::string removedExport;
-        void (*query)(std::vector<GpuInfo>&);
+        Source source;
         std::wstring warning;
     };
     const Case cases[] = {
-        {"no d3d8", L"d3d8.dll", "", [](auto& l) { DirectX_8::Instance().GetGpuInfo(l); },
-         L"Unable to open d3d8.dll"},
-        {"no Direct3DCreate9", L"", "Direct3DCreate9",
-         [](auto& l) { DirectX_9::Instance().GetGpuInfo(l); },
+        {"no d3d8", L"d3d8.dll", "", kDirect3D8, L"Unable to open d3d8.dll"},
+        {"no Direct3DCreate9", L"", "Direct3DCreate9", kDirect3D9,
          L"Unable to get all proc addresses from DirectX 9"},
-        {"no dxgi for DXGI", L"dxgi.dll", "", [](auto& l) { DXGI::Instance().GetGpuInfo(l); },
-         L"Unable to open dxgi.dll"},
-        {"no dxgi for Direct3D 10", L"dxgi.dll", "",
-         [](auto& l) { DirectX_10::Instance().GetGpuInfo(l); }, L"Unable to open dxgi.dll"},
-        {"no vertex profile", L"", "D3D10GetVertexShaderProfile",
-         [](auto& l) { DirectX_10::Instance().GetGpuInfo(l); },
+        {"no dxgi for DXGI", L"dxgi.dll", "", kDxgi, L"Unable to open dxgi.dll"},
+        {"no dxgi for Direct3D 10", L"dxgi.dll", "", kDirect3D10, L"Unable to open dxgi.dll"},
+        {"no vertex profile", L"", "D3D10GetVertexShaderProfile", kDirect3D10,
          L"Unable to get all proc addresses from DirectX 10"},
-        {"no CreateDXGIFactory1", L"", "CreateDXGIFactory1",
-         [](auto& l) { DirectX_11::Instance().GetGpuInfo(l); },
+        {"no CreateDXGIFactory1", L"", "CreateDXGIFactory1", kDirect3D11,
          L"Unable to get all proc addresses from DirectX 11"},
-        {"no d3d11", L"d3d11.dll", "", [](auto& l) { DirectX_11::Instance().GetGpuInfo(l); },
-         L"Unable to open d3d11.dll"},
+        {"no d3d11", L"d3d11.dll", "", kDirect3D11, L"Unable to open d3d11.dll"},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.what);
@@ -65,7 +68,7 @@ TEST(GraphicsSourceTest, MissingLibrariesAndEntryPointsLeaveTheSourceUninitializ
         machine.dxgi.adapters.resize(1);
 
         std::vector<GpuInfo> list(1);
-        c.query(list);
+        Query(c.source, list);
         EXPECT_EQ(list.size(), 1u);  // nothing appended, nothing cleared
         EXPECT_TRUE(Logged(machine, L"WARN  | " + c.warning));
         EXPECT_EQ(machine.libraries.LoadedCount(), 0u);
@@ -99,11 +102,7 @@ TEST(GraphicsSourceTest, Direct3DReadsEachAdapterThroughItsOwnVersion) {
         direct3D.adapters = {adapter, failing};
 
         std::vector<GpuInfo> list;
-        if (c.nine) {
-            DirectX_9::Instance().GetGpuInfo(list);
-        } else {
-            DirectX_8::Instance().GetGpuInfo(list);
-        }
+        Query(c.nine ? kDirect3D9 : kDirect3D8, list);
 
         ASSERT_EQ(list.size(), 2u);
         GpuInfo& first = list[0];
@@ -170,15 +169,8 @@ os::FakeDxgi::Adapter DxgiAdapter(std::uint64_t video, std::uint64_t system, std
     return adapter;
 }
 
-// The three sources built on DXGI: DXGI itself, Direct3D 10 and Direct3D 11.
-void QueryDxgiSource(int source, std::vector<GpuInfo>& list) {
-    if (source == 0) DXGI::Instance().GetGpuInfo(list);
-    if (source == 1) DirectX_10::Instance().GetGpuInfo(list);
-    if (source == 2) DirectX_11::Instance().GetGpuInfo(list);
-}
-
 TEST(GraphicsSourceTest, DxgiSourcesShareTheDescriptionMemoryAndFailures) {
-    for (int source = 0; source < 3; ++source) {
+    for (Source source : {kDxgi, kDirect3D10, kDirect3D11}) {
         SCOPED_TRACE(source);
         test::FakeMachine machine;
         Log::Instance().SetLevel(Log::kTrace);
@@ -186,7 +178,7 @@ TEST(GraphicsSourceTest, DxgiSourcesShareTheDescriptionMemoryAndFailures) {
         machine.dxgi.adapters = {DxgiAdapter(512 * kMB, 0, 1024 * kMB),
                                  DxgiAdapter(64 * kMB, 32 * kMB, 0)};
         std::vector<GpuInfo> list;
-        QueryDxgiSource(source, list);
+        Query(source, list);
 
         ASSERT_EQ(list.size(), 2u);
         EXPECT_EQ(Text(list[0].name), L"GeForce GTX 560");
@@ -198,7 +190,7 @@ TEST(GraphicsSourceTest, DxgiSourcesShareTheDescriptionMemoryAndFailures) {
         EXPECT_EQ(list[1].dedicatedRam.GetBytes(), 96 * kMB);
         EXPECT_EQ(list[1].totalRam.GetBytes(), 96 * kMB);
         EXPECT_EQ(machine.dxgi.LiveObjectCount(), 0u);
-        const bool eleven = source == 2;
+        const bool eleven = source == kDirect3D11;
         const auto& calls = machine.dxgi.calls;
         EXPECT_EQ(calls.front(), eleven ? "CreateFactory1" : "CreateFactory");
         EXPECT_EQ(std::count(calls.begin(), calls.end(), eleven ? "EnumAdapters1" : "EnumAdapters"),
@@ -210,14 +202,14 @@ TEST(GraphicsSourceTest, DxgiSourcesShareTheDescriptionMemoryAndFailures) {
         machine.dxgi.adapters.resize(1);
         machine.dxgi.endStatus = static_cast<std::int32_t>(0x887A0001);  // invalid call
         list.clear();
-        QueryDxgiSource(source, list);
+        Query(source, list);
         EXPECT_EQ(list.size(), 1u);
         EXPECT_TRUE(Logged(machine, L"ERR   | Error while enumerating adapters: -2005270527"));
         machine.dxgi.factoryStatus = static_cast<std::int32_t>(0x80004005);
-        QueryDxgiSource(source, list);
+        Query(source, list);
         EXPECT_EQ(list.size(), 1u);
         EXPECT_EQ(Logged(machine, L"ERR   | Failed in call to CreateDXGIFactory: -2147467259"),
-                  source != 0);
+                  source != kDxgi);
     }
 }
 
