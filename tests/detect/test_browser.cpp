@@ -54,11 +54,6 @@ TEST(BrowserTest, InstalledBrowsersTakeConsecutiveIndexesAndWithoutAUserAgentNon
         {"Firefox alone at index 0", false, L"17.0.1 (en-US)", false,
          AfterFlags(true, false,
                     {L"71195#0=17.0.1 (en-US)", L"71353#0=Firefox", L"71352#0=17.0.1 (en-US)"})},
-        {"Internet Explorer and Firefox", true, L"17.0.1 (en-US)", false,
-         AfterFlags(
-             true, true,
-             {L"71180#0=9.0.8112.16421", L"71353#0=Internet Explorer", L"71352#0=9.0.8112.16421",
-              L"71195#0=17.0.1 (en-US)", L"71353#1=Firefox", L"71352#1=17.0.1 (en-US)"})},
         {"all three", true, L"17.0.1 (en-US)", true,
          AfterFlags(
              true, true,
