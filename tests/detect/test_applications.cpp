@@ -82,14 +82,22 @@ TEST(ApplicationsTest, AppPathsGiveTheFileVersionOfTheProgramTheyName) {
                                          L"C:\\Windows\\System32\\OpenGL32.dll"}));
 }
 
-TEST(ApplicationsTest, VersionPartsAreTheFourHalvesOfTheFixedFileVersion) {
+// Each version text is the four halves of the fixed file version; the installer product is
+// found by its upgrade code.
+TEST(ApplicationsTest, WordOpenGlAndTheInstallerProductStoreTheirVersions) {
     test::FakeMachine machine;
     machine.registry.SetString(kMachine, kAppPaths + L"Winword.exe", L"", L"C:\\w.exe");
     machine.fileVersions.AddFile(L"C:\\w.exe", 65535, 1, 0, 40000);
     machine.systemInfo.environment[L"WINDIR"] = L"C:\\Win";
     machine.fileVersions.AddFile(L"C:\\Win\\System32\\OpenGL32.dll", 6, 1, 7600, 16385);
-    EXPECT_EQ(Detected(), AfterFlags({L"71417", L"71419"},
-                                     {L"71418#0=65535.1.0.40000", L"71420#0=6.1.7600.16385"}));
+    machine.installer.AddProduct(L"{ABCDEF01-2345-6789-ABCD-EF0123456789}", kUpgradeCode,
+                                 {{L"VersionString", L"2.1.0.3"}});
+    Log::Instance().SetLevel(Log::kTrace);
+    EXPECT_EQ(Detected(), AfterFlags({L"71417", L"71419", L"71426"},
+                                     {L"71418#0=65535.1.0.40000", L"71420#0=6.1.7600.16385",
+                                      L"71427#0=2.1.0.3"}));
+    const auto messages = machine.LogMessages();
+    EXPECT_EQ(std::count(messages.begin(), messages.end(), L"Got it"), 1);
 }
 
 TEST(ApplicationsTest, FlashAndJavaVersionsFromTheRegistry) {
@@ -135,16 +143,6 @@ TEST(ApplicationsTest, FlashAndJavaVersionsFromTheRegistry) {
                                                  : std::set<std::wstring>{L"71409"};
         EXPECT_EQ(Detected(), AfterFlags(found, c.stored));
     }
-}
-
-TEST(ApplicationsTest, InstallerProductByUpgradeCode) {
-    test::FakeMachine machine;
-    machine.installer.AddProduct(L"{ABCDEF01-2345-6789-ABCD-EF0123456789}", kUpgradeCode,
-                                 {{L"VersionString", L"2.1.0.3"}});
-    Log::Instance().SetLevel(Log::kTrace);
-    EXPECT_EQ(Detected(), AfterFlags({L"71426"}, {L"71427#0=2.1.0.3"}));
-    const auto messages = machine.LogMessages();
-    EXPECT_EQ(std::count(messages.begin(), messages.end(), L"Got it"), 1);
 }
 
 TEST(ApplicationsTest, AFailureEndsDetectionWithItsMessageAndKeepsWhatWasStored) {
