@@ -29,50 +29,48 @@ const std::vector<std::uint32_t> kFlags = {71262, 71263, 71264, 71361, 71360, 71
                                            71267, 71270, 71251, 71271, 71272, 71273, 71274, 71275,
                                            71276, 71350, 71465, 71466, 71484, 71502, 71485, 71492};
 
+void SetVersion(os::FakeSystemInfo& info, std::uint32_t major, std::uint32_t minor,
+                std::uint32_t build, std::uint8_t productType, std::uint16_t suite = 0,
+                const std::wstring& servicePack = L"") {
+    os::OsVersion& version = info.version;
+    version = os::OsVersion{};
+    version.major = major;
+    version.minor = minor;
+    version.build = build;
+    version.platformId = os::SystemInfo::kPlatformNt;
+    version.servicePack = servicePack;
+    version.suiteMask = suite;
+    version.productType = productType;
+}
+
+void Detect() {
+    OS os;
+    os.Detect();
+}
+
+const std::vector<SystemValue>& Values() { return System::Instance().GetSystemValues().Values(); }
+
+// The stored text, or "<none>".
+std::wstring Text(std::uint32_t id) {
+    SystemValue value(SystemValueID(GroupID(id), 0), L"<none>");
+    System::Instance().GetSystemValues().TryGetValue(value.id, value);
+    return value.text;
+}
+
+// The flags stored "Yes"; every one of the 24 must be stored as "Yes" or "No".
+std::set<std::uint32_t> TrueFlags() {
+    std::set<std::uint32_t> flags;
+    for (std::uint32_t flag : kFlags) {
+        const std::wstring text = Text(flag);
+        EXPECT_TRUE(text == L"Yes" || text == L"No") << flag;
+        if (text == L"Yes") flags.insert(flag);
+    }
+    return flags;
+}
+
 class OSTest : public ::testing::Test {
   protected:
     ~OSTest() override { EXPECT_EQ(machine.registry.OpenKeyCount(), 0u); }
-
-    void SetVersion(std::uint32_t major, std::uint32_t minor, std::uint32_t build,
-                    std::uint8_t productType, std::uint16_t suite = 0,
-                    const std::wstring& servicePack = L"") {
-        os::OsVersion& version = machine.systemInfo.version;
-        version = os::OsVersion{};
-        version.major = major;
-        version.minor = minor;
-        version.build = build;
-        version.platformId = os::SystemInfo::kPlatformNt;
-        version.servicePack = servicePack;
-        version.suiteMask = suite;
-        version.productType = productType;
-    }
-
-    static void Detect() {
-        OS os;
-        os.Detect();
-    }
-
-    static const std::vector<SystemValue>& Values() {
-        return System::Instance().GetSystemValues().Values();
-    }
-
-    // The stored text, or "<none>".
-    static std::wstring Text(std::uint32_t id) {
-        SystemValue value(SystemValueID(GroupID(id), 0), L"<none>");
-        System::Instance().GetSystemValues().TryGetValue(value.id, value);
-        return value.text;
-    }
-
-    // The flags stored "Yes"; every one of the 24 must be stored as "Yes" or "No".
-    static std::set<std::uint32_t> TrueFlags() {
-        std::set<std::uint32_t> flags;
-        for (std::uint32_t flag : kFlags) {
-            const std::wstring text = Text(flag);
-            EXPECT_TRUE(text == L"Yes" || text == L"No") << flag;
-            if (text == L"Yes") flags.insert(flag);
-        }
-        return flags;
-    }
 
     test::FakeMachine machine;
 };
@@ -156,7 +154,8 @@ TEST_F(OSTest, NamesEachReleaseAndSetsItsFlags) {
         SCOPED_TRACE(c.name);
         test::FreshProcessState();
         const Machine& m = c.machine;
-        SetVersion(m.major, m.minor, m.build, m.productType, m.suite, m.servicePack);
+        SetVersion(machine.systemInfo, m.major, m.minor, m.build, m.productType, m.suite,
+                   m.servicePack);
         machine.systemInfo.nativeSystemInfo.processorArchitecture = m.architecture;
         machine.systemInfo.productType = m.edition;
         machine.systemInfo.metrics[os::SystemInfo::kServerR2Metric] = m.serverR2 ? 1 : 0;
@@ -169,7 +168,7 @@ TEST_F(OSTest, NamesEachReleaseAndSetsItsFlags) {
 }
 
 TEST_F(OSTest, StoresEveryValueInOrder) {
-    SetVersion(6, 1, 7601, 1, 0x100, L"Service Pack 1");
+    SetVersion(machine.systemInfo, 6, 1, 7601, 1, 0x100, L"Service Pack 1");
     machine.systemInfo.version.servicePackMajor = 1;
     machine.systemInfo.productType = 0x1C;
     machine.systemInfo.guidText = L"{6B29FC40-CA47-1067-B31D-00DD010662DA}";
@@ -227,7 +226,7 @@ TEST_F(OSTest, VersionLocaleAndIdentifierEdges) {
     for (const auto& c : cases) {
         SCOPED_TRACE(c.what);
         test::FreshProcessState();
-        SetVersion(c.major, 1, 7601, 1);
+        SetVersion(machine.systemInfo, c.major, 1, 7601, 1);
         machine.systemInfo.versionSucceeds = c.versionSucceeds;
         machine.systemInfo.version.platformId = c.platformId;
         machine.systemInfo.lcid = c.lcid;
@@ -258,7 +257,7 @@ TEST_F(OSTest, Wow64MarksA64BitSystem) {
     for (const auto& c : cases) {
         SCOPED_TRACE(c.what);
         test::FreshProcessState();
-        SetVersion(6, 1, 7601, 1);
+        SetVersion(machine.systemInfo, 6, 1, 7601, 1);
         machine.systemInfo.nativeSystemInfo.processorArchitecture = kX86;
         machine.systemInfo.wow64Succeeds = c.succeeds;
         machine.systemInfo.wow64 = c.wow64;
@@ -277,7 +276,7 @@ TEST_F(OSTest, DotNetVersionIsTheLastSubkeyWithAVersion) {
     machine.registry.SetString(kMachine, kNdp + L"\\v4\\Client", L"Version", L"4.8.04084");
     machine.registry.SetDword(kMachine, kNdp + L"\\v5", L"Version", 5);
     machine.registry.SetString(kMachine, kNdp + L"\\v6", L"Version", std::wstring(100, L'6'));
-    SetVersion(6, 1, 7601, 1);
+    SetVersion(machine.systemInfo, 6, 1, 7601, 1);
     Detect();
     EXPECT_EQ(Text(71193), L"2.0.50727.4927");
     std::vector<std::wstring> used;
@@ -329,20 +328,11 @@ TEST(OSRegistryTest, Windows81ReportedAs62IsNamedFromTheRegistry) {
         SCOPED_TRACE(c.what);
         test::FakeMachine machine;
         c.stage(machine.registry);
-        machine.systemInfo.version.major = 6;
-        machine.systemInfo.version.minor = 2;
-        machine.systemInfo.version.build = 9200;
-        machine.systemInfo.version.platformId = os::SystemInfo::kPlatformNt;
-        machine.systemInfo.version.productType = c.productType;
+        SetVersion(machine.systemInfo, 6, 2, 9200, c.productType);
         machine.systemInfo.productType = 4;
-        OS().Detect();
-        const SystemValues& values = System::Instance().GetSystemValues();
-        EXPECT_EQ(values.GetValue(SystemValueID(GroupID(71060), 0)).text, c.name);
-        for (std::uint32_t flag : {71484u, 71502u, 71485u}) {
-            EXPECT_EQ(values.GetValue(SystemValueID(GroupID(flag), 0)).text,
-                      flag == c.flag ? L"Yes" : L"No")
-                << flag;
-        }
+        Detect();
+        EXPECT_EQ(Text(71060), c.name);
+        EXPECT_EQ(TrueFlags(), (std::set<std::uint32_t>{71264, 71361, c.flag}));
         EXPECT_EQ(machine.registry.OpenKeyCount(), 0u);
     }
 }
