@@ -2,21 +2,18 @@
 
 #include <cstdint>
 #include <functional>
-#include <map>
 #include <set>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "core/system.h"
 #include "detect/platform/os.h"
+#include "detect/stored_values.h"
 #include "diag/log.h"
 #include "support/fake_machine.h"
 
 namespace rigel {
 namespace {
-
-using namespace std::string_literals;
 
 constexpr os::HKey kMachine = os::Registry::kLocalMachine;
 const std::wstring kCurrentVersion = L"SOFTWARE\\Microsoft\\Windows NT\\CurrentVersion";
@@ -47,8 +44,6 @@ void Detect() {
     OS os;
     os.Detect();
 }
-
-const std::vector<SystemValue>& Values() { return System::Instance().GetSystemValues().Values(); }
 
 // The stored text, or "<none>".
 std::wstring Text(std::uint32_t id) {
@@ -174,33 +169,20 @@ TEST_F(OSTest, StoresEveryValueInOrder) {
     machine.systemInfo.guidText = L"{6B29FC40-CA47-1067-B31D-00DD010662DA}";
     machine.registry.SetString(kMachine, kNdp + L"\\v4\\Full", L"Version", L"4.8.04084");
     Detect();
-    std::vector<std::pair<std::uint32_t, std::wstring>> expected;
+    std::vector<std::wstring> expected;
     for (std::uint32_t flag : kFlags) {
         const bool set = flag == 71264 || flag == 71361 || flag == 71350;
-        expected.emplace_back(flag, set ? L"Yes" : L"No");
+        expected.push_back(std::to_wstring(flag) + L"#0=" + (set ? L"Yes" : L"No"));
     }
-    const std::vector<std::pair<std::uint32_t, std::wstring>> rest = {
-        {71060, L"Microsoft Windows 7  Service Pack 1 (build 7601), 64-bit"},
-        {71309, L"6.1.7601"},
-        {71072, L"6.1.7601"},
-        {71367, L"6"},
-        {71368, L"1"},
-        {71366, L"7601"},
-        {71364, L"1"},
-        {71365, L"0"},
-        {71363, L"256"},
-        {71362, L"1"},
-        {71388, L"0409"},
-        {71207, L"6B29FC40-CA47-1067-B31D-00DD010662DA"},
-    };
-    expected.insert(expected.end(), rest.begin(), rest.end());
-    std::vector<std::pair<std::uint32_t, std::wstring>> stored;
-    for (const SystemValue& value : Values()) {
-        EXPECT_EQ(value.id.index, 0u);
-        stored.emplace_back(static_cast<std::uint32_t>(value.id.group.GetNumber()), value.text);
+    for (const wchar_t* rest :
+         {L"71060#0=Microsoft Windows 7  Service Pack 1 (build 7601), 64-bit", L"71309#0=6.1.7601",
+          L"71072#0=6.1.7601", L"71367#0=6", L"71368#0=1", L"71366#0=7601", L"71364#0=1",
+          L"71365#0=0", L"71363#0=256", L"71362#0=1", L"71388#0=0409",
+          L"71207#0=6B29FC40-CA47-1067-B31D-00DD010662DA"}) {
+        expected.push_back(rest);
     }
     // The setup key's subkeys carry no "Version" of their own: no .NET version.
-    EXPECT_EQ(stored, expected);
+    EXPECT_EQ(test::Stored(), expected);
 }
 
 TEST_F(OSTest, VersionLocaleAndIdentifierEdges) {
