@@ -16,8 +16,9 @@ namespace {
 using os::ServiceControl;
 using Strings = std::vector<std::wstring>;
 
-const std::wstring kFolder = L"C:\\Program Files\\Rigel";
 const std::wstring kProbe = L"C:\\Program Files\\Rigel\\cpuprobe.exe";
+const std::wstring kOpen = L"Open hwprobe F01FF";
+const std::wstring kCreate = L"Create hwprobe C:\\Program Files\\Rigel\\hwprobe.sys";
 
 // A chipset as the driver reads it: every one of the six values distinct.
 test::DriverStub Chipset() {
@@ -73,8 +74,7 @@ TEST_F(IntelDriverTest, ThirtyTwoBitNamesPassTheBlockByAddress) {
     EXPECT_FALSE(IntelDriver::Instance().IsProbeMode());
     EXPECT_TRUE(Logged(L"Using 32 bit driver: C:\\Program Files\\Rigel\\hwprobe.sys"));
     EXPECT_EQ(machine.serviceControl.calls,
-              (Strings{L"OpenManager F003F", L"Open hwprobe F01FF",
-                       L"Create hwprobe C:\\Program Files\\Rigel\\hwprobe.sys", L"Start hwprobe"}));
+              (Strings{L"OpenManager F003F", kOpen, kCreate, L"Start hwprobe"}));
     const os::ServiceConfig& config = machine.serviceControl.services[L"hwprobe"].config;
     EXPECT_EQ(config.displayName, L"hwprobe");
     EXPECT_EQ(config.access, ServiceControl::kServiceAllAccess);
@@ -124,52 +124,17 @@ TEST_F(IntelDriverTest, ServiceSetUpAndItsFailures) {
         Strings calls;        // after "OpenManager F003F"
         std::wstring logged;  // empty: no error line
     };
+    const Strings started = {kOpen, L"Start hwprobe"};
+    const Strings created = {kOpen, kCreate};
+    const Strings removed = {kOpen, L"Start hwprobe", L"Control hwprobe 1", L"Delete hwprobe"};
     const Case cases[] = {
-        {"installed service started",
-         0,
-         true,
-         0,
-         0,
-         0,
-         false,
-         {L"Open hwprobe F01FF", L"Start hwprobe"},
-         L""},
-        {"already running counts as started",
-         0,
-         true,
-         0,
-         1056,
-         0,
-         false,
-         {L"Open hwprobe F01FF", L"Start hwprobe"},
-         L""},
+        {"installed service started", 0, true, 0, 0, 0, false, started, L""},
+        {"already running counts as started", 0, true, 0, 1056, 0, false, started, L""},
         {"no manager", 5, false, 0, 0, 0, true, {}, L"Error with opening SC Manager : 5"},
-        {"no service made",
-         0,
-         false,
-         1073,
-         0,
-         0,
-         true,
-         {L"Open hwprobe F01FF", L"Create hwprobe C:\\Program Files\\Rigel\\hwprobe.sys"},
+        {"no service made", 0, false, 1073, 0, 0, true, created,
          L"Error with creating service: 1073"},
-        {"start failed: stopped and deleted",
-         0,
-         true,
-         0,
-         577,
-         0,
-         true,
-         {L"Open hwprobe F01FF", L"Start hwprobe", L"Control hwprobe 1", L"Delete hwprobe"},
-         L""},
-        {"start and deletion failed",
-         0,
-         true,
-         0,
-         2,
-         1072,
-         true,
-         {L"Open hwprobe F01FF", L"Start hwprobe", L"Control hwprobe 1", L"Delete hwprobe"},
+        {"start failed: stopped and deleted", 0, true, 0, 577, 0, true, removed, L""},
+        {"start and deletion failed", 0, true, 0, 2, 1072, true, removed,
          L"Error with deleting servie: 1072"},
     };
     for (const auto& c : cases) {
@@ -194,9 +159,7 @@ TEST_F(IntelDriverTest, ServiceSetUpAndItsFailures) {
         expected.insert(expected.end(), c.calls.begin(), c.calls.end());
         EXPECT_EQ(machine.serviceControl.calls, expected);
         EXPECT_EQ(machine.processLauncher.launches.size(), c.probeMode ? 1u : 0u);
-        if (!c.logged.empty()) {
-            EXPECT_TRUE(Logged(c.logged));
-        }
+        EXPECT_TRUE(c.logged.empty() || Logged(c.logged)) << c.logged;
         EXPECT_EQ(machine.serviceControl.OpenCount(), 0u);
     }
 }
@@ -257,30 +220,35 @@ TEST_F(IntelDriverTest, ProbeProgramRunsElevatedAndItsTextAnswers) {
 TEST_F(IntelDriverTest, ProbeTextEdgeCases) {
     struct Case {
         const char* what;
-        std::wstring text;  // what the probe program writes; "" writes nothing
+        std::wstring text;  // what the probe program writes
         Strings expected;
+        std::uint32_t launchError;
+        bool givesProcess;
     };
+    const Strings none(6, L"");
+    const std::uint32_t declined = os::ProcessLauncher::kErrorCancelled;
     const Case cases[] = {
-        {"all six",
-         L"71398|3|71399|1F|71396|A0C2|71395|4|71397|9|71394|GT2|",
-         {L"3", L"1F", L"A0C2", L"4", L"9", L"GT2"}},
-        {"a value holding another key is found first",
-         L"71394|71398|71398|5|",
-         {L"71398", L"", L"", L"", L"", L"71398"}},
-        {"last value without its bar", L"71395|12|71394|abc", {L"", L"", L"", L"12", L"", L""}},
-        {"empty value", L"71395||71394|x|", {L"", L"", L"", L"", L"", L"x"}},
-        {"nothing written", L"", {L"", L"", L"", L"", L"", L""}},
+        {"all six", L"71398|3|71399|1F|71396|A0C2|71395|4|71397|9|71394|GT2|",
+         Strings{L"3", L"1F", L"A0C2", L"4", L"9", L"GT2"}, 0, true},
+        {"a value holding another key is found first", L"71394|71398|71398|5|",
+         Strings{L"71398", L"", L"", L"", L"", L"71398"}, 0, true},
+        {"last value without its bar", L"71395|12|71394|abc",
+         Strings{L"", L"", L"", L"12", L"", L""}, 0, true},
+        {"empty value", L"71395||71394|x|", Strings{L"", L"", L"", L"", L"", L"x"}, 0, true},
+        {"nothing written", L"", none, 0, true},
+        {"the user declines", L"71395|12|", none, declined, true},
+        {"no process comes back", L"71395|12|", none, 0, false},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.what);
         test::FreshProcessState();
+        machine.processLauncher = os::FakeProcessLauncher{};
+        machine.processLauncher.launchError = c.launchError;
+        machine.processLauncher.givesProcess = c.givesProcess;
         machine.serviceControl.openManagerError = 5;
-        if (c.text.empty()) {
-            machine.processLauncher.programs[kProbe] = [] {};
-        } else {
-            ProbeWrites(c.text);
-        }
+        ProbeWrites(c.text);
         EXPECT_EQ(Values(), c.expected);
+        EXPECT_EQ(machine.processLauncher.waits, c.givesProcess && c.launchError == 0 ? 1u : 0u);
     }
 }
 
@@ -308,28 +276,14 @@ TEST_F(IntelDriverTest, ALeftOverBlockIsClearedAndAnUnterminatedOneStaysInBounds
     machine.sharedMemory.Close(held);
 }
 
-TEST_F(IntelDriverTest, NoProbeResultWhenTheUserDeclinesOrNoProcessComesBack) {
-    machine.serviceControl.openManagerError = 5;
-    ProbeWrites(L"71395|12|");
-    machine.processLauncher.launchError = os::ProcessLauncher::kErrorCancelled;
-    EXPECT_EQ(IntelDriver::Instance().ChipsetByte(), L"");
-
-    test::FreshProcessState();
-    machine.serviceControl.openManagerError = 5;
-    machine.processLauncher.launchError = 0;
-    machine.processLauncher.givesProcess = false;
-    EXPECT_EQ(IntelDriver::Instance().ChipsetByte(), L"");
-    EXPECT_EQ(machine.processLauncher.waits, 0u);
-}
-
 TEST_F(IntelDriverTest, DroppingTheClientStopsAndDeletesTheServiceItUsed) {
     Chipset().Install(machine.deviceIo, L"\\\\.\\hwprobe", false);
     IntelDriver::Instance();
     machine.serviceControl.calls.clear();
 
     IntelDriver::DestroyInstanceForTesting();
-    EXPECT_EQ(machine.serviceControl.calls, (Strings{L"OpenManager F003F", L"Open hwprobe F01FF",
-                                                     L"Control hwprobe 1", L"Delete hwprobe"}));
+    EXPECT_EQ(machine.serviceControl.calls,
+              (Strings{L"OpenManager F003F", kOpen, L"Control hwprobe 1", L"Delete hwprobe"}));
     EXPECT_EQ(machine.serviceControl.services.count(L"hwprobe"), 0u);
     EXPECT_EQ(machine.deviceIo.OpenCount(), 0u);
 }

@@ -127,13 +127,6 @@ TEST(MonitorTest, StoresEachAttachedMonitorWithAnEdid) {
     }
 }
 
-TEST(MonitorTest, WithoutTheDisplayKeyOnlyTheResolutionIsStored) {
-    test::FakeMachine machine;
-    machine.display.monitors = {};
-    Monitor().Detect();
-    EXPECT_EQ(Stored(), std::vector<std::wstring>{L"71421#0=0 x 0"});
-}
-
 TEST(MonitorTest, OnlyATallerAndWiderMonitorReplacesTheLargest) {
     struct Case {
         const char* what;
@@ -146,9 +139,11 @@ TEST(MonitorTest, OnlyATallerAndWiderMonitorReplacesTheLargest) {
         {"wider but not taller", {{0, 0, 1920, 1080}, {-2560, 0, 0, 1080}}, {}, L"1920 x 1080"},
         {"taller and wider second", {{0, 0, 1280, 1024}, {0, -1200, 1920, 0}}, {}, L"1920 x 1200"},
         {"empty rectangles", {{0, 0, 0, 1080}, {10, 10, 5, 5}}, {}, L"0 x 0"},
+        {"no monitor", {}, {}, L"0 x 0"},
         {"kept across detections", {{0, 0, 1920, 1080}}, {{0, 0, 1024, 768}}, L"1920 x 1080"},
         {"raised by a later detection", {{0, 0, 1024, 768}}, {{0, 0, 1280, 1024}}, L"1280 x 1024"},
     };
+    // No display key either: the resolution is all that is stored.
     for (const auto& c : cases) {
         SCOPED_TRACE(c.what);
         test::FakeMachine machine;

@@ -17,35 +17,15 @@ using os::FakeWmi;
 using test::Stored;
 
 TEST(MotherBoardTest, PartNumberShape) {
-    struct Case {
-        std::wstring version;
-        bool expected;
-    };
-    const Case cases[] = {
-        {L"E12345-301", true},
-        {L"e12345-301", true},
-        {L"aaE12345-301", true},
-        {L"aaa12345-301", true},
-        {L"AAE12345-301", false},
-        {L"aAE12345-301", false},
-        {L"E12345301", false},
-        {L"E12345-30", false},
-        {L"E12345-3011", false},
-        {L"aaE12345-3011", false},
-        {L"112345-301", false},
-        {L"E1234X-301", false},
-        {L"E12345_301", false},
-        {L"E12345-30X", false},
-        {L"-12345-301", false},
-        {L"E12345-301aa", false},
-        {L" E12345-301", false},
-        {L"", false},
-        {L"E\uFF11"
-         L"2345-301",
-         false},
-    };
-    for (const auto& c : cases) {
-        EXPECT_EQ(MotherBoard::HasPartNumberShape(c.version), c.expected) << c.version;
+    for (const wchar_t* version :
+         {L"E12345-301", L"e12345-301", L"aaE12345-301", L"aaa12345-301"}) {
+        EXPECT_TRUE(MotherBoard::HasPartNumberShape(version)) << version;
+    }
+    for (const wchar_t* version :
+         {L"AAE12345-301", L"aAE12345-301", L"E12345301", L"E12345-30", L"E12345-3011",
+          L"aaE12345-3011", L"112345-301", L"E1234X-301", L"E12345_301", L"E12345-30X",
+          L"-12345-301", L"E12345-301aa", L" E12345-301", L"", L"E\uFF112345-301"}) {
+        EXPECT_FALSE(MotherBoard::HasPartNumberShape(version)) << version;
     }
 }
 

@@ -50,24 +50,23 @@ TEST(OpticalDriveTest, ADvdDriveIsKnownByItsDeviceTypeOrItsTexts) {
     };
     FakeDeviceIo::Reply failing;
     failing.error = FakeDeviceIo::kErrorInvalidFunction;
+    const FakeDeviceIo::Reply none;
+    const FakeDeviceIo::Reply dvd = MediaTypes(0x33);
     const Case cases[] = {
-        {"device type DVD", Drive(L"Optiarc AD-7260S", L"IDE\\CdRomOptiarc", L"", L"E:"),
-         MediaTypes(0x33), true, true},
+        {"device type DVD", Drive(L"Optiarc AD-7260S", L"IDE\\CdRomOptiarc", L"", L"E:"), dvd, true,
+         true},
         {"device type CD-ROM, CD texts",
          Drive(L"CD-ROM Drive", L"IDE\\CDROMHL-DT-ST", L"CD-ROM", L"E:"), MediaTypes(2), true,
          false},
         {"device that cannot be opened", Drive(L"Generic DVDRW X24 ATA Device", L"", L"", L"E:"),
-         MediaTypes(0x33), false, true},
-        {"combination drive", Drive(L"Drive", L"", L"CD-RW Combo", L""), {}, false, true},
-        {"dvd in the identifier",
-         Drive(L"Drive", L"IDE\\CdRomPIONEER_DVD-RW", L"", L""),
-         {},
-         false,
-         true},
+         dvd, false, true},
+        {"combination drive", Drive(L"Drive", L"", L"CD-RW Combo", L""), none, false, true},
+        {"dvd in the identifier", Drive(L"Drive", L"IDE\\CdRomPIONEER_DVD-RW", L"", L""), none,
+         false, true},
         {"reply too short for the device type", Drive(L"Drive", L"", L"", L"E:"),
          MediaTypes(0x33, 3), true, false},
         {"query fails", Drive(L"Drive", L"", L"", L"E:"), failing, true, false},
-        {"no texts", Drive(L"", L"", L"", L""), {}, false, false},
+        {"no texts", Drive(L"", L"", L"", L""), none, false, false},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.what);

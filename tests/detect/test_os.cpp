@@ -2,21 +2,18 @@
 
 #include <cstdint>
 #include <functional>
-#include <map>
 #include <set>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "core/system.h"
 #include "detect/platform/os.h"
+#include "detect/stored_values.h"
 #include "diag/log.h"
 #include "support/fake_machine.h"
 
 namespace rigel {
 namespace {
-
-using namespace std::string_literals;
 
 constexpr os::HKey kMachine = os::Registry::kLocalMachine;
 const std::wstring kCurrentVersion = L"SOFTWARE\\Microsoft\\Windows NT\\CurrentVersion";
@@ -29,50 +26,46 @@ const std::vector<std::uint32_t> kFlags = {71262, 71263, 71264, 71361, 71360, 71
                                            71267, 71270, 71251, 71271, 71272, 71273, 71274, 71275,
                                            71276, 71350, 71465, 71466, 71484, 71502, 71485, 71492};
 
+void SetVersion(os::FakeSystemInfo& info, std::uint32_t major, std::uint32_t minor,
+                std::uint32_t build, std::uint8_t productType, std::uint16_t suite = 0,
+                const std::wstring& servicePack = L"") {
+    os::OsVersion& version = info.version;
+    version = os::OsVersion{};
+    version.major = major;
+    version.minor = minor;
+    version.build = build;
+    version.platformId = os::SystemInfo::kPlatformNt;
+    version.servicePack = servicePack;
+    version.suiteMask = suite;
+    version.productType = productType;
+}
+
+void Detect() {
+    OS os;
+    os.Detect();
+}
+
+// The stored text, or "<none>".
+std::wstring Text(std::uint32_t id) {
+    SystemValue value(SystemValueID(GroupID(id), 0), L"<none>");
+    System::Instance().GetSystemValues().TryGetValue(value.id, value);
+    return value.text;
+}
+
+// The flags stored "Yes"; every one of the 24 must be stored as "Yes" or "No".
+std::set<std::uint32_t> TrueFlags() {
+    std::set<std::uint32_t> flags;
+    for (std::uint32_t flag : kFlags) {
+        const std::wstring text = Text(flag);
+        EXPECT_TRUE(text == L"Yes" || text == L"No") << flag;
+        if (text == L"Yes") flags.insert(flag);
+    }
+    return flags;
+}
+
 class OSTest : public ::testing::Test {
   protected:
     ~OSTest() override { EXPECT_EQ(machine.registry.OpenKeyCount(), 0u); }
-
-    void SetVersion(std::uint32_t major, std::uint32_t minor, std::uint32_t build,
-                    std::uint8_t productType, std::uint16_t suite = 0,
-                    const std::wstring& servicePack = L"") {
-        os::OsVersion& version = machine.systemInfo.version;
-        version = os::OsVersion{};
-        version.major = major;
-        version.minor = minor;
-        version.build = build;
-        version.platformId = os::SystemInfo::kPlatformNt;
-        version.servicePack = servicePack;
-        version.suiteMask = suite;
-        version.productType = productType;
-    }
-
-    static void Detect() {
-        OS os;
-        os.Detect();
-    }
-
-    static const std::vector<SystemValue>& Values() {
-        return System::Instance().GetSystemValues().Values();
-    }
-
-    // The stored text, or "<none>".
-    static std::wstring Text(std::uint32_t id) {
-        SystemValue value(SystemValueID(GroupID(id), 0), L"<none>");
-        System::Instance().GetSystemValues().TryGetValue(value.id, value);
-        return value.text;
-    }
-
-    // The flags stored "Yes"; every one of the 24 must be stored as "Yes" or "No".
-    static std::set<std::uint32_t> TrueFlags() {
-        std::set<std::uint32_t> flags;
-        for (std::uint32_t flag : kFlags) {
-            const std::wstring text = Text(flag);
-            EXPECT_TRUE(text == L"Yes" || text == L"No") << flag;
-            if (text == L"Yes") flags.insert(flag);
-        }
-        return flags;
-    }
 
     test::FakeMachine machine;
 };
@@ -156,7 +149,8 @@ TEST_F(OSTest, NamesEachReleaseAndSetsItsFlags) {
         SCOPED_TRACE(c.name);
         test::FreshProcessState();
         const Machine& m = c.machine;
-        SetVersion(m.major, m.minor, m.build, m.productType, m.suite, m.servicePack);
+        SetVersion(machine.systemInfo, m.major, m.minor, m.build, m.productType, m.suite,
+                   m.servicePack);
         machine.systemInfo.nativeSystemInfo.processorArchitecture = m.architecture;
         machine.systemInfo.productType = m.edition;
         machine.systemInfo.metrics[os::SystemInfo::kServerR2Metric] = m.serverR2 ? 1 : 0;
@@ -169,39 +163,26 @@ TEST_F(OSTest, NamesEachReleaseAndSetsItsFlags) {
 }
 
 TEST_F(OSTest, StoresEveryValueInOrder) {
-    SetVersion(6, 1, 7601, 1, 0x100, L"Service Pack 1");
+    SetVersion(machine.systemInfo, 6, 1, 7601, 1, 0x100, L"Service Pack 1");
     machine.systemInfo.version.servicePackMajor = 1;
     machine.systemInfo.productType = 0x1C;
     machine.systemInfo.guidText = L"{6B29FC40-CA47-1067-B31D-00DD010662DA}";
     machine.registry.SetString(kMachine, kNdp + L"\\v4\\Full", L"Version", L"4.8.04084");
     Detect();
-    std::vector<std::pair<std::uint32_t, std::wstring>> expected;
+    std::vector<std::wstring> expected;
     for (std::uint32_t flag : kFlags) {
         const bool set = flag == 71264 || flag == 71361 || flag == 71350;
-        expected.emplace_back(flag, set ? L"Yes" : L"No");
+        expected.push_back(std::to_wstring(flag) + L"#0=" + (set ? L"Yes" : L"No"));
     }
-    const std::vector<std::pair<std::uint32_t, std::wstring>> rest = {
-        {71060, L"Microsoft Windows 7  Service Pack 1 (build 7601), 64-bit"},
-        {71309, L"6.1.7601"},
-        {71072, L"6.1.7601"},
-        {71367, L"6"},
-        {71368, L"1"},
-        {71366, L"7601"},
-        {71364, L"1"},
-        {71365, L"0"},
-        {71363, L"256"},
-        {71362, L"1"},
-        {71388, L"0409"},
-        {71207, L"6B29FC40-CA47-1067-B31D-00DD010662DA"},
-    };
-    expected.insert(expected.end(), rest.begin(), rest.end());
-    std::vector<std::pair<std::uint32_t, std::wstring>> stored;
-    for (const SystemValue& value : Values()) {
-        EXPECT_EQ(value.id.index, 0u);
-        stored.emplace_back(static_cast<std::uint32_t>(value.id.group.GetNumber()), value.text);
+    for (const wchar_t* rest :
+         {L"71060#0=Microsoft Windows 7  Service Pack 1 (build 7601), 64-bit", L"71309#0=6.1.7601",
+          L"71072#0=6.1.7601", L"71367#0=6", L"71368#0=1", L"71366#0=7601", L"71364#0=1",
+          L"71365#0=0", L"71363#0=256", L"71362#0=1", L"71388#0=0409",
+          L"71207#0=6B29FC40-CA47-1067-B31D-00DD010662DA"}) {
+        expected.push_back(rest);
     }
     // The setup key's subkeys carry no "Version" of their own: no .NET version.
-    EXPECT_EQ(stored, expected);
+    EXPECT_EQ(test::Stored(), expected);
 }
 
 TEST_F(OSTest, VersionLocaleAndIdentifierEdges) {
@@ -227,7 +208,7 @@ TEST_F(OSTest, VersionLocaleAndIdentifierEdges) {
     for (const auto& c : cases) {
         SCOPED_TRACE(c.what);
         test::FreshProcessState();
-        SetVersion(c.major, 1, 7601, 1);
+        SetVersion(machine.systemInfo, c.major, 1, 7601, 1);
         machine.systemInfo.versionSucceeds = c.versionSucceeds;
         machine.systemInfo.version.platformId = c.platformId;
         machine.systemInfo.lcid = c.lcid;
@@ -258,7 +239,7 @@ TEST_F(OSTest, Wow64MarksA64BitSystem) {
     for (const auto& c : cases) {
         SCOPED_TRACE(c.what);
         test::FreshProcessState();
-        SetVersion(6, 1, 7601, 1);
+        SetVersion(machine.systemInfo, 6, 1, 7601, 1);
         machine.systemInfo.nativeSystemInfo.processorArchitecture = kX86;
         machine.systemInfo.wow64Succeeds = c.succeeds;
         machine.systemInfo.wow64 = c.wow64;
@@ -277,7 +258,7 @@ TEST_F(OSTest, DotNetVersionIsTheLastSubkeyWithAVersion) {
     machine.registry.SetString(kMachine, kNdp + L"\\v4\\Client", L"Version", L"4.8.04084");
     machine.registry.SetDword(kMachine, kNdp + L"\\v5", L"Version", 5);
     machine.registry.SetString(kMachine, kNdp + L"\\v6", L"Version", std::wstring(100, L'6'));
-    SetVersion(6, 1, 7601, 1);
+    SetVersion(machine.systemInfo, 6, 1, 7601, 1);
     Detect();
     EXPECT_EQ(Text(71193), L"2.0.50727.4927");
     std::vector<std::wstring> used;
@@ -329,20 +310,11 @@ TEST(OSRegistryTest, Windows81ReportedAs62IsNamedFromTheRegistry) {
         SCOPED_TRACE(c.what);
         test::FakeMachine machine;
         c.stage(machine.registry);
-        machine.systemInfo.version.major = 6;
-        machine.systemInfo.version.minor = 2;
-        machine.systemInfo.version.build = 9200;
-        machine.systemInfo.version.platformId = os::SystemInfo::kPlatformNt;
-        machine.systemInfo.version.productType = c.productType;
+        SetVersion(machine.systemInfo, 6, 2, 9200, c.productType);
         machine.systemInfo.productType = 4;
-        OS().Detect();
-        const SystemValues& values = System::Instance().GetSystemValues();
-        EXPECT_EQ(values.GetValue(SystemValueID(GroupID(71060), 0)).text, c.name);
-        for (std::uint32_t flag : {71484u, 71502u, 71485u}) {
-            EXPECT_EQ(values.GetValue(SystemValueID(GroupID(flag), 0)).text,
-                      flag == c.flag ? L"Yes" : L"No")
-                << flag;
-        }
+        Detect();
+        EXPECT_EQ(Text(71060), c.name);
+        EXPECT_EQ(TrueFlags(), (std::set<std::uint32_t>{71264, 71361, c.flag}));
         EXPECT_EQ(machine.registry.OpenKeyCount(), 0u);
     }
 }

@@ -5,6 +5,7 @@
 #include <chrono>
 #include <cstdint>
 #include <cstdio>
+#include <fstream>
 #include <iomanip>
 #include <map>
 #include <sstream>
@@ -32,18 +33,6 @@ std::wstring OwnFolder() {
     std::wstring path;
     os::Current().systemInfo->OwnModuleFileName(260, path);
     return path.substr(0, path.rfind(L'\\'));
-}
-
-std::string ReadFile(const wchar_t* path) {
-    std::string bytes;
-    FILE* stream = _wfopen(path, L"rb");
-    if (stream == nullptr) return bytes;
-    char chunk[4096];
-    for (std::size_t count; (count = std::fread(chunk, 1, sizeof(chunk), stream)) > 0;) {
-        bytes.append(chunk, count);
-    }
-    std::fclose(stream);
-    return bytes;
 }
 
 std::wstring Stored(std::uint32_t value) {
@@ -85,7 +74,7 @@ struct LinuxProcessor {
 
 LinuxProcessor ReadCpuinfo() {
     LinuxProcessor processor;
-    std::istringstream lines(ReadFile(L"Z:\\proc\\cpuinfo"));
+    std::ifstream lines("Z:\\proc\\cpuinfo");
     for (std::string line; std::getline(lines, line);) {
         const std::size_t colon = line.find(':');
         if (colon == std::string::npos) continue;

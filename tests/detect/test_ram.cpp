@@ -1,26 +1,14 @@
 #include <gtest/gtest.h>
 
-#include <cstdint>
 #include <string>
-#include <utility>
 #include <vector>
 
-#include "core/system.h"
 #include "detect/platform/ram.h"
+#include "detect/stored_values.h"
 #include "support/fake_machine.h"
 
 namespace rigel {
 namespace {
-
-using Stored = std::vector<std::pair<std::uint64_t, std::wstring>>;
-
-Stored StoredValues() {
-    Stored stored;
-    for (const SystemValue& value : System::Instance().GetSystemValues().Values()) {
-        stored.emplace_back(value.id.group.GetNumber(), value.text);
-    }
-    return stored;
-}
 
 TEST(RamTest, StoresTheSizesOfTheExtendedOrTheOlderRecord) {
     struct Case {
@@ -44,11 +32,9 @@ TEST(RamTest, StoresTheSizesOfTheExtendedOrTheOlderRecord) {
         machine.systemInfo.memoryStatus.totalVirtual = 4ull << 30;
         machine.systemInfo.memoryStatus.availablePhysical = 512ull << 20;
         Ram().Detect();
-        EXPECT_EQ(StoredValues(), (Stored{{71063, c.physical},
-                                          {71381, c.virtualSize},
-                                          {71382, c.available},
-                                          {71174, L""},
-                                          {71175, L""}}));
+        EXPECT_EQ(test::Stored(),
+                  (std::vector<std::wstring>{L"71063#0=" + c.physical, L"71381#0=" + c.virtualSize,
+                                             L"71382#0=" + c.available, L"71174#0=", L"71175#0="}));
     }
 }
 
