@@ -157,10 +157,12 @@ TEST_F(NetworkDeviceTest, AFailedDownloadIsStoredAsZero) {
                                    L"Formatted speed: 0.0 bps"}));
 }
 
+// The upload's failure reaches the detector from its first request.
 TEST_F(NetworkDeviceTest, AFailedUploadEndsTheDetectionKeepingTheDownload) {
     Log::Instance().SetLevel(Log::kError);
     machine_.http.failAt = os::FakeHttp::Step::kSendRequest;
     EXPECT_TRUE(NetworkDevice().Detect());
+    EXPECT_EQ(machine_.http.exchanges.size(), 2u);
     EXPECT_EQ(Stored(), std::vector<std::wstring>{L"71069#0=8.0 Mbps"});
     EXPECT_EQ(machine_.LogMessages(),
               (std::vector<std::wstring>{L"Can't send Internet request. Error: 12029",

@@ -2,7 +2,6 @@
 
 #include <cstdint>
 #include <optional>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -158,12 +157,6 @@ TEST_F(SpeedTestsTest, UploadPostsTwoBodiesOfXAndTakesOutTheFixedCost) {
                   L"About to do upload speed.", L"Result: ", L"Successfully sent data.",
                   L"Done upload speed.", L"About to do upload speed 2.", L"do upload speed 2.",
                   L"Result: ", L"Successfully sent data.", L"Cost is : 50"}));
-}
-
-TEST_F(SpeedTestsTest, UploadFailureReachesTheCaller) {
-    machine_.http.failAt = os::FakeHttp::Step::kSendRequest;
-    EXPECT_THROW(UploadSpeedTest::Run(), std::runtime_error);
-    EXPECT_EQ(machine_.http.exchanges.size(), 1u);
 }
 
 }  // namespace
