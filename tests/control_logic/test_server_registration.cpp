@@ -64,7 +64,10 @@ class ServerRegistrationTest : public ::testing::Test {
     ServerRegistration registration{registry, typeLib, kModule};
 };
 
-TEST_F(ServerRegistrationTest, RegistersTheAppIDThenTheServedClassThenTheTypeLibrary) {
+TEST_F(ServerRegistrationTest, RegistersAppIDClassAndTypeLibraryAndUnregistersInTheOppositeOrder) {
+    const std::wstring foreignClass = L"CLSID\\{00000000-0000-0000-0000-000000000001}";
+    registry.keys = FakeRegistry::ClassesKeys({{L"CLSID", {}}, {foreignClass, {}}, {L"AppID", {}}});
+    const FakeRegistry::Keys before = registry.keys;
     ASSERT_EQ(registration.Register(RegistrationScope::kMachine), ServerRegistration::kOk);
 
     const std::wstring classKey = L"CLSID\\" + kClassID;
@@ -77,6 +80,7 @@ TEST_F(ServerRegistrationTest, RegistersTheAppIDThenTheServedClassThenTheTypeLib
         {kProgID + L"\\CLSID", {{L"", kClassID}}},
         {kProgID + L"\\CurVer", {{L"", kProgID + L".1"}}},
         {L"CLSID", {}},
+        {foreignClass, {}},
         {classKey, {{L"", L"SysInfo Class"}, {L"AppID", kAppID}}},
         {classKey + L"\\ProgID", {{L"", kProgID + L".1"}}},
         {classKey + L"\\VersionIndependentProgID", {{L"", kProgID}}},
@@ -99,25 +103,19 @@ TEST_F(ServerRegistrationTest, RegistersTheAppIDThenTheServedClassThenTheTypeLib
     EXPECT_LT(appID, progID);
     EXPECT_LT(progID, typeLibrary);
     EXPECT_EQ(typeLibrary, registry.calls.size() - 1);
-}
 
-TEST_F(ServerRegistrationTest, UnregistersInTheOppositeOrderAndLeavesForeignKeys) {
-    registry.keys = FakeRegistry::ClassesKeys(
-        {{L"CLSID", {}}, {L"CLSID\\{00000000-0000-0000-0000-000000000001}", {}}, {L"AppID", {}}});
-    const FakeRegistry::Keys before = registry.keys;
-    ASSERT_EQ(registration.Register(RegistrationScope::kMachine), ServerRegistration::kOk);
+    // Unregistration leaves the foreign keys.
     registry.calls.clear();
     ASSERT_EQ(registration.Unregister(RegistrationScope::kMachine), ServerRegistration::kOk);
-
     EXPECT_EQ(registry.keys, before);
     EXPECT_FALSE(typeLib.registered);
-    const std::size_t classKey = CallIndex(L"DeleteTree HKCR\\CLSID\\" + kClassID);
-    const std::size_t progID = CallIndex(L"DeleteKey HKCR\\" + kProgID + L".1");
-    const std::size_t typeLibrary = CallIndex(L"UnRegisterTypeLib machine");
-    const std::size_t appID = CallIndex(L"DeleteKey HKCR\\AppID\\" + kAppID);
-    EXPECT_LT(classKey, progID);
-    EXPECT_LT(progID, typeLibrary);
-    EXPECT_LT(typeLibrary, appID);
+    const std::size_t classDeleted = CallIndex(L"DeleteTree HKCR\\CLSID\\" + kClassID);
+    const std::size_t progIDDeleted = CallIndex(L"DeleteKey HKCR\\" + kProgID + L".1");
+    const std::size_t typeLibraryDeleted = CallIndex(L"UnRegisterTypeLib machine");
+    const std::size_t appIDDeleted = CallIndex(L"DeleteKey HKCR\\AppID\\" + kAppID);
+    EXPECT_LT(classDeleted, progIDDeleted);
+    EXPECT_LT(progIDDeleted, typeLibraryDeleted);
+    EXPECT_LT(typeLibraryDeleted, appIDDeleted);
 }
 
 TEST_F(ServerRegistrationTest, PerUserInstallWritesBelowTheUsersClassesAndUninstallRunsEveryStep) {

@@ -128,13 +128,6 @@ TEST_F(ComponentsTest, AFailingDetectorLogsItsMessageKeepsItsValuesAndTheLoopGoe
     EXPECT_EQ(values[2].text, L"from 2");
 }
 
-TEST_F(ComponentsTest, BelowLevelOneAFailingDetectorWritesNothing) {
-    Components registry({&Make<Failing>, &Make<Recording<1>>});
-    registry.Detect();
-    EXPECT_TRUE(machine.debugOutput.chunks.empty());
-    EXPECT_EQ(runs, std::vector<std::wstring>{L"run 1"});
-}
-
 TEST_F(ComponentsTest, AnExceptionEscapingAComponentEndsTheRunForTheProcess) {
     Components registry({&Make<Recording<1>>, &Make<Escaping>, &Make<Recording<2>>});
     EXPECT_THROW(registry.Detect(), std::runtime_error);

@@ -83,17 +83,6 @@ TEST(GroupIDTest, NumbersAreWrittenInPlainDecimalAndAloneDecideEquality) {
     EXPECT_EQ(ID(1, 4294967295u).ToString(), L"1#4294967295");
 }
 
-TEST_F(SystemValuesTest, AddingAnEqualIdentifierAgainReplacesTheWholeValueInPlace) {
-    values.AddValue(SystemValue(SystemValueID(GroupID(L"071424"), 0), L"a"));
-    values.AddValue(71218, L"b");
-    values.AddValue(71424, 1, L"c");
-    values.AddValue(71424, L"d");
-    // The identifier text is replaced along with the text.
-    EXPECT_EQ(Entries(values),
-              (std::vector<Entry>{{L"71424", 0, L"d"}, {L"71218", 0, L"b"}, {L"71424", 1, L"c"}}));
-    EXPECT_TRUE(values.Exists(SystemValueID(GroupID(L"+71424"), 1)));
-}
-
 TEST_F(SystemValuesTest, EveryAddOperationFilesItsText) {
     Name name(L"name");
     Exists yes(true);
@@ -123,11 +112,18 @@ TEST_F(SystemValuesTest, EveryAddOperationFilesItsText) {
                                                    {L"11", 0, L""}}));
 }
 
-TEST_F(SystemValuesTest, QueriesAndReplacementFindOnlyEqualIdentifiers) {
+TEST_F(SystemValuesTest, AddingQueriesAndReplacementFindOnlyEqualIdentifiers) {
+    values.AddValue(SystemValue(SystemValueID(GroupID(L"071424"), 0), L"a"));
+    values.AddValue(71218, L"b");
+    values.AddValue(71424, 1, L"c");
     values.AddValue(71424, L"abc");
+    // Adding an equal identifier again replaces the whole value in place, identifier text too.
+    EXPECT_EQ(
+        Entries(values),
+        (std::vector<Entry>{{L"71424", 0, L"abc"}, {L"71218", 0, L"b"}, {L"71424", 1, L"c"}}));
 
-    EXPECT_TRUE(values.Exists(ID(71424)));
-    EXPECT_FALSE(values.Exists(ID(71424, 1)));
+    EXPECT_TRUE(values.Exists(SystemValueID(GroupID(L"+71424"), 1)));
+    EXPECT_FALSE(values.Exists(ID(71424, 2)));
 
     SystemValue out(ID(1), L"untouched");
     EXPECT_FALSE(values.TryGetValue(ID(71425), out));
@@ -139,18 +135,18 @@ TEST_F(SystemValuesTest, QueriesAndReplacementFindOnlyEqualIdentifiers) {
 
     EXPECT_EQ(values.GetValue(ID(71424)).text, L"abc");
 
-    EXPECT_FALSE(values.ReplaceValue(SystemValue(ID(71424, 1), L"new")));
+    EXPECT_FALSE(values.ReplaceValue(SystemValue(ID(71424, 2), L"new")));
     EXPECT_TRUE(values.ReplaceValue(SystemValue(ID(71424), L"def")));
-    EXPECT_EQ(Entries(values), (std::vector<Entry>{{L"71424", 0, L"def"}}));
-}
+    EXPECT_EQ(
+        Entries(values),
+        (std::vector<Entry>{{L"71424", 0, L"def"}, {L"71218", 0, L"b"}, {L"71424", 1, L"c"}}));
 
-TEST_F(SystemValuesTest, GetValueOfAMissingIdentifierThrows) {
-    values.AddValue(71424, 1, L"other index");
+    // Another index of the group is no match.
     try {
-        values.GetValue(ID(71424));
+        values.GetValue(ID(71218, 1));
         FAIL() << "no exception";
     } catch (const Exception& failure) {
-        EXPECT_EQ(failure.GetMessageText(), L"Value 71424#0 not present.");
+        EXPECT_EQ(failure.GetMessageText(), L"Value 71218#1 not present.");
         EXPECT_EQ(failure.GetPlace(), L"rigel::SystemValues::GetValue");
     }
     // Handlers for standard exceptions see it too.

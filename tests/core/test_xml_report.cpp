@@ -46,15 +46,12 @@ class XMLReportTest : public ::testing::Test {
     SystemValues values;
 };
 
-TEST_F(XMLReportTest, ReportReplacesItsOutputWithTheGroupsElement) {
-    EXPECT_EQ(ReportOf(values), L"<groups></groups>  ");
-    values.AddValue(71424, L"abc");
-    EXPECT_EQ(ReportOf(values),
-              L"<groups><group index=\"0\" id=\"71424\"><value>abc</value></group></groups>  ");
-}
-
+// The report replaces what its output held.
 TEST_F(XMLReportTest, EntriesFollowStoreOrderWithTheirIdTextsAndCleanedValues) {
+    EXPECT_EQ(ReportOf(values), L"<groups></groups>  ");
     values.AddValue(71424, L"first");
+    EXPECT_EQ(ReportOf(values),
+              L"<groups><group index=\"0\" id=\"71424\"><value>first</value></group></groups>  ");
     values.AddValue(SystemValue(SystemValueID(GroupID(L"071218"), 4294967295u), L" a  &  b "));
     values.AddValue(71206, 2, L"say \"hi\" 'there'");
     values.AddValue(5, L"   ");
@@ -77,17 +74,15 @@ TEST_F(XMLReportTest, OnlyEnabledGroupsAndTheAlwaysReportedOnesAreWritten) {
     values.AddValue(99, L"other");
     const std::wstring always =
         Group(0, L"71207", L"computer") + Group(0, L"71465", L"No") + Group(1, L"71466", L"Yes");
-    const std::wstring everything =
-        Report(Group(0, L"71424", L"session") + Group(0, L"71207", L"computer") +
-               Group(0, L"71218", L"referrer") + Group(0, L"71465", L"No") +
-               Group(1, L"71466", L"Yes") + Group(0, L"99", L"other"));
+    const std::wstring listed = Group(0, L"71207", L"computer") + Group(0, L"71218", L"referrer") +
+                                Group(0, L"71465", L"No") + Group(1, L"71466", L"Yes") +
+                                Group(0, L"99", L"other");
+    const std::wstring everything = Report(Group(0, L"71424", L"session") + listed);
 
     // Before the list is loaded every group counts as enabled.
     EXPECT_EQ(ReportOf(values), everything);
     LoadGroups(L"r1", L"71218|99");
-    EXPECT_EQ(ReportOf(values), Report(Group(0, L"71207", L"computer") +
-                                       Group(0, L"71218", L"referrer") + Group(0, L"71465", L"No") +
-                                       Group(1, L"71466", L"Yes") + Group(0, L"99", L"other")));
+    EXPECT_EQ(ReportOf(values), Report(listed));
     LoadGroups(L"r2", L"");
     EXPECT_EQ(ReportOf(values), Report(always));
     System::Instance().SetDebug(L"1");
@@ -130,11 +125,8 @@ TEST(CleanTextTest, TextsAreMadeSafeForXML) {
     // White space is what the platform's iswspace says: on Windows, the ideographic space too.
     const std::wstring ideographic = L"\u3000a\u3000";
     EXPECT_EQ(XMLReport::CleanText(ideographic), std::iswspace(0x3000) ? L"a" : ideographic);
-}
-
-TEST(CleanTextTest, CharactersBeyondTheBasicPlaneDependOnTheTextWidth) {
-    test::FakeMachine machine;
-    // With 16-bit text, a surrogate pair: each half is a forbidden code unit.
+    // With 16-bit text, a character beyond the basic plane is a surrogate pair: each half is a
+    // forbidden code unit.
     const std::wstring face = L"\U0001F600";
     EXPECT_EQ(XMLReport::CleanText(face), sizeof(wchar_t) == 2 ? L"??" : face);
 }

@@ -28,9 +28,19 @@ class LogTest : public ::testing::Test {
     test::FakeMachine machine;
 };
 
-TEST_F(LogTest, FirstPrefixOfTheProcessHasZeroElapsedPaddedToSixCharacters) {
+TEST_F(LogTest, PrefixIsTimeElapsedAndLevelNameInFiveColumnsUnknownLevelsUnnamed) {
+    // The first prefix of the process has zero elapsed, padded to six characters.
     machine.clock.tickCount = 5000;
     EXPECT_EQ(log().Prefix(Log::kError), L"14:03:27  000000  ERR   | ");
+    const std::vector<std::pair<int, std::wstring>> cases = {
+        {1, L"ERR   | "}, {2, L"WARN  | "}, {3, L"TRACE | "},
+        {4, L"MARK  | "}, {5, L"DUMP  | "}, {6, L"      | "},
+    };
+    for (const auto& [level, tail] : cases) {
+        EXPECT_EQ(log().Prefix(level).substr(18), tail) << "level " << level;
+    }
+    machine.clock.localTime = os::TimeOfDay{7, 5, 9};
+    EXPECT_EQ(log().Prefix(Log::kError).substr(0, 10), L"07:05:09  ");
 }
 
 TEST_F(LogTest, ElapsedSecondsArePaddedWithZerosOnTheRightAndNeverCut) {
@@ -42,22 +52,6 @@ TEST_F(LogTest, ElapsedSecondsArePaddedWithZerosOnTheRightAndNeverCut) {
         test::FreshProcessState();
         EXPECT_EQ(ElapsedAt(tick), expected) << "tick " << tick;
     }
-}
-
-TEST_F(LogTest, LevelNamesFillFiveColumnsAndUnknownLevelsHaveNoName) {
-    const std::vector<std::pair<int, std::wstring>> cases = {
-        {1, L"ERR   | "}, {2, L"WARN  | "}, {3, L"TRACE | "},
-        {4, L"MARK  | "}, {5, L"DUMP  | "}, {6, L"      | "},
-    };
-    for (const auto& [level, tail] : cases) {
-        const std::wstring prefix = log().Prefix(level);
-        EXPECT_EQ(prefix.substr(18), tail) << "level " << level;
-    }
-}
-
-TEST_F(LogTest, TimeOfDayIsWrittenWithTwoDigitsEach) {
-    machine.clock.localTime = os::TimeOfDay{7, 5, 9};
-    EXPECT_EQ(log().Prefix(Log::kError).substr(0, 10), L"07:05:09  ");
 }
 
 TEST_F(LogTest, LineIsPrefixMessageAndLineFeedInOneDebuggerChunk) {
@@ -90,7 +84,7 @@ TEST_F(LogTest, SetLevelCapsAtSevenAndHasNoLowerBound) {
     EXPECT_FALSE(log().IsEnabled(Log::kMark));
 }
 
-TEST_F(LogTest, ScopeTraceNeedsLevelFour) {
+TEST_F(LogTest, ScopeTraceNeedsLevelFourAndWritesItsExitLineEvenAfterTheLevelWasLowered) {
     log().SetLevel(3);
     { ScopeTrace trace(L"rigel::System::Detect"); }
     EXPECT_TRUE(machine.LogLines().empty());
@@ -105,10 +99,8 @@ TEST_F(LogTest, ScopeTraceNeedsLevelFour) {
         (std::vector<std::wstring>{L"14:03:27  000000  MARK  | Entering: rigel::System::Detect",
                                    L"14:03:27  000000  TRACE | . inside",
                                    L"14:03:27  000000  MARK  | Exiting: rigel::System::Detect"}));
-}
 
-TEST_F(LogTest, ExitLineIsWrittenEvenAfterTheLevelWasLowered) {
-    log().SetLevel(4);
+    machine.debugOutput.chunks.clear();
     {
         ScopeTrace trace(L"rigel::Outer");
         log().SetLevel(0);

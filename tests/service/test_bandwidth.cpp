@@ -15,6 +15,8 @@ class BandwidthTest : public ::testing::Test {
     test::FakeMachine machine_;
 };
 
+// Rounding and reading the number are shared with sizes and speeds and tested with them; these
+// rows pin this ladder of units and its own texts.
 TEST_F(BandwidthTest, FormatsInStepsOf1024WithOneRoundedDecimal) {
     const struct {
         const wchar_t* text;
@@ -22,14 +24,10 @@ TEST_F(BandwidthTest, FormatsInStepsOf1024WithOneRoundedDecimal) {
     } cases[] = {
         {L"0 bps", L"0.0 bps"},
         {L"", L"0.0 bps"},  // a test that did not complete
-        {L"512 bps", L"512.0 bps"},
         {L"1023", L"1023.0 bps"},
         {L"1024 bps", L"1.0 Kbps"},
-        {L"1280 bps", L"1.3 Kbps"},  // exactly halfway rounds up
-        {L"1536 bps", L"1.5 Kbps"},
         {L"1602144 bps", L"1.5 Mbps"},
         {L"8388608 bps", L"8.0 Mbps"},
-        {L"12582912 bps", L"12.0 Mbps"},
         {L"1073741824 bps", L"1.0 Gbps"},
         {L"1099511627776 bps", L"1024.0 Gbps"},  // no unit beyond Gbps
     };
@@ -44,13 +42,10 @@ TEST_F(BandwidthTest, ParsesTheLeadingNumberAndTheFirstLargerUnitFound) {
         std::uint64_t bitsPerSecond;
     } cases[] = {
         {L"2.5 Mbps", 2621440},
-        {L"  3 kbps", 3072},
         {L"1.5GBPS", 1610612736},
         {L"7.9 bps", 7},              // truncated toward zero
         {L"2 Mbps or 2 Kbps", 2048},  // KBPS is looked for first
         {L"4 Mb", 4},                 // not a unit of this scale
-        {L"Mbps", 0},
-        {L"-1 Kbps", 0},
         {L"fast 5 Mbps", 0},
     };
     for (const auto& c : cases) {

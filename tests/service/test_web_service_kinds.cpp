@@ -2,6 +2,7 @@
 
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "core/system.h"
 #include "core/system_value.h"
@@ -17,7 +18,9 @@ namespace {
 
 class WebServiceKindsTest : public ::testing::Test {
   protected:
-    WebServiceKindsTest() {
+    WebServiceKindsTest() { Identify(); }
+
+    static void Identify() {
         session().SetSessionID(L"s1");
         session().SetUserID(L"u1");
         session().SetReferrerID(L"r1");
@@ -34,35 +37,29 @@ class WebServiceKindsTest : public ::testing::Test {
     test::FakeMachine machine;
 };
 
-TEST_F(WebServiceKindsTest, AnalysisPostsTheFilledTemplateForTheReferrer) {
+TEST_F(WebServiceKindsTest, AnalysisPostsTheTemplateFilledOnceAndUnescapedForTheReferrer) {
+    // The user ID brings a second "^item_id" after the template's own; only the first is filled.
+    session().SetUserID(L"^item_id");
+    session().SetSessionID(L"a&b<c>");
     WebServiceAnalysis analysis;
     analysis.SetItemID(L"i9");
     analysis.SetMessageFormat(L"xml");
-    analysis.SetFormatVersion(L"2");
     session().SetReferrerID(L"later");  // the referrer is read when the object is made
     EXPECT_TRUE(analysis.Call());
 
+    // An unset format version keeps its placeholder.
     const std::string body =
-        "<System><SessionID>s1</SessionID><ItemID>i9</ItemID><UserID>u1</UserID>"
-        "<Format>xml</Format><Schema>2</Schema></System>";
+        "<System><SessionID>a&b<c></SessionID><ItemID>i9</ItemID><UserID>^item_id</UserID>"
+        "<Format>xml</Format><Schema>^format_version</Schema></System>";
     EXPECT_EQ(Sent().verb, L"POST");
     EXPECT_EQ(Sent().objectName, L"/service/Analysis/r1");
     EXPECT_EQ(Sent().headers,
               std::optional<std::wstring>(Headers(L"application/xml", body.size())));
     EXPECT_EQ(Sent().body, std::optional<std::string>(body));
-}
 
-TEST_F(WebServiceKindsTest, AnalysisPlaceholdersAreReplacedOnceAndUnescaped) {
-    // The user ID brings a second "^item_id" after the template's own; only the first is filled.
-    session().SetUserID(L"^item_id");
-    session().SetSessionID(L"a&b<c>");
-    WebServiceAnalysis analysis;
-    analysis.SetItemID(L"7");
+    analysis.SetFormatVersion(L"2");
     analysis.Call();
-    EXPECT_EQ(Sent().body,
-              std::optional<std::string>("<System><SessionID>a&b<c></SessionID><ItemID>7</ItemID>"
-                                         "<UserID>^item_id</UserID><Format>^message_format</Format>"
-                                         "<Schema>^format_version</Schema></System>"));
+    EXPECT_NE(Sent().body->find("<Schema>2</Schema>"), std::string::npos);
 }
 
 TEST_F(WebServiceKindsTest, GroupsIsAGetWithTheReferrerAndKeyUnencoded) {
@@ -79,42 +76,35 @@ TEST_F(WebServiceKindsTest, GroupsIsAGetWithTheReferrerAndKeyUnencoded) {
     EXPECT_EQ(groups.GetResult(), L"head\n1|2\n");
 }
 
-TEST_F(WebServiceKindsTest, SystemInformationOfAnEmptyStoreIsTheEscapedEmptyReport) {
-    WebServiceSystemInformation upload;
-    EXPECT_TRUE(upload.Call());
-    const std::string body =
-        "<SystemInformation><Data>&lt;groups&gt;&lt;/groups&gt;  </Data></SystemInformation>";
-    EXPECT_EQ(Sent().verb, L"POST");
-    EXPECT_EQ(Sent().objectName, L"/SystemInformation/?refid=r1&sessid=s1");
-    EXPECT_EQ(Sent().headers, std::optional<std::wstring>(Headers(L"text/xml", body.size())));
-    EXPECT_EQ(Sent().body, std::optional<std::string>(body));
-}
-
-TEST_F(WebServiceKindsTest, SystemInformationEscapesTheWholeReportOnceMore) {
-    // A group text is written into the report as it is, so a&b<c> reaches the upload raw; the
-    // value text arrives already escaped by the report and is escaped again.
-    session().GetSystemValues().AddValue(
-        SystemValue(SystemValueID(GroupID(std::wstring(L"9a&b<c>")), 0), L"1 & \"2\""));
-    WebServiceSystemInformation upload;
-    upload.Call();
-    EXPECT_EQ(Sent().body,
-              std::optional<std::string>(
-                  "<SystemInformation><Data>&lt;groups&gt;&lt;group index=\"0\" "
-                  "id=\"9a&amp;b&lt;c&gt;\"&gt;&lt;value&gt;1 &amp;amp; \"2\"&lt;/value&gt;"
-                  "&lt;/group&gt;&lt;/groups&gt;  </Data></SystemInformation>"));
-}
-
-TEST_F(WebServiceKindsTest, SystemInformationCarriesNonAsciiValuesAsUtf8) {
-    session().GetSystemValues().AddValue(71424, L"Gr\u00fc\u00dfe");
-    WebServiceSystemInformation upload;
-    upload.Call();
-    const std::string body =
-        "<SystemInformation><Data>&lt;groups&gt;&lt;group index=\"0\" id=\"71424\"&gt;"
-        "&lt;value&gt;Gr\xC3\xBC\xC3\x9F"
-        "e&lt;/value&gt;&lt;/group&gt;&lt;/groups&gt;  "
-        "</Data></SystemInformation>";
-    EXPECT_EQ(Sent().body, std::optional<std::string>(body));
-    EXPECT_EQ(Sent().headers, std::optional<std::wstring>(Headers(L"text/xml", body.size())));
+// The report goes up escaped once more: a group text is written into it as it is, so a&b<c>
+// reaches the upload escaped once; a value text arrives already escaped and is escaped again.
+TEST_F(WebServiceKindsTest, SystemInformationPostsTheReportEscapedOnceMoreInUtf8) {
+    const struct {
+        std::vector<SystemValue> values;
+        std::string data;
+    } cases[] = {
+        {{}, "&lt;groups&gt;&lt;/groups&gt;  "},
+        {{SystemValue(SystemValueID(GroupID(std::wstring(L"9a&b<c>")), 0), L"1 & \"2\"")},
+         "&lt;groups&gt;&lt;group index=\"0\" id=\"9a&amp;b&lt;c&gt;\"&gt;&lt;value&gt;1 "
+         "&amp;amp; \"2\"&lt;/value&gt;&lt;/group&gt;&lt;/groups&gt;  "},
+        {{SystemValue(SystemValueID(GroupID(71424u), 0), L"Gr\u00fc\u00dfe")},
+         "&lt;groups&gt;&lt;group index=\"0\" id=\"71424\"&gt;&lt;value&gt;Gr\xC3\xBC\xC3\x9F"
+         "e&lt;/value&gt;&lt;/group&gt;&lt;/groups&gt;  "},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.data);
+        test::FreshProcessState();
+        Identify();
+        for (const SystemValue& value : c.values) session().GetSystemValues().AddValue(value);
+        WebServiceSystemInformation upload;
+        EXPECT_TRUE(upload.Call());
+        const std::string body =
+            "<SystemInformation><Data>" + c.data + "</Data></SystemInformation>";
+        EXPECT_EQ(Sent().verb, L"POST");
+        EXPECT_EQ(Sent().objectName, L"/SystemInformation/?refid=r1&sessid=s1");
+        EXPECT_EQ(Sent().headers, std::optional<std::wstring>(Headers(L"text/xml", body.size())));
+        EXPECT_EQ(Sent().body, std::optional<std::string>(body));
+    }
 }
 
 TEST_F(WebServiceKindsTest, UploadPostsTheCallersTextUnchanged) {
@@ -126,7 +116,6 @@ TEST_F(WebServiceKindsTest, UploadPostsTheCallersTextUnchanged) {
               L"/Data/Service.svc/upload?apikey=5B3D0A47-1E2C-4F88-9A61-C07D2E94B3F5");
     EXPECT_EQ(Sent().headers, std::optional<std::wstring>(Headers(L"application/xml", 27)));
     EXPECT_EQ(Sent().body, std::optional<std::string>(body));
-    EXPECT_EQ(upload.GetBytesSent(), Headers(L"application/xml", 27).size() + 27u);
 }
 
 }  // namespace

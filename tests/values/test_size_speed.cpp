@@ -54,7 +54,6 @@ TEST_F(SizeSpeedTest, SpeedFormatsWithOneRoundedDecimal) {
         const wchar_t* hertz;
         const wchar_t* text;
     } cases[] = {
-        {L"0", L"0.0 Hz"},
         {L"800", L"800.0 Hz"},
         // 1.45 and 1.95 are stored just below the half; their 17-digit expansions are not.
         {L"1450", L"1.5 KHz"},
@@ -110,7 +109,6 @@ TEST_F(SizeSpeedTest, SpeedParsesNumberAndFirstUnit) {
         std::uint64_t hertz;
     } cases[] = {
         {L"2.4 GHz", 2400000000},
-        {L"2.4 Ghz", 2400000000},
         {L"3200 MHz", 3200000000},
         {L" 1.5 khz", 1500},
         {L"800", 800},

