@@ -162,13 +162,14 @@ TEST(SoftwareTest, AdapterScanStopsAtTheFirstMissingClassKey) {
         const char* what;
         std::vector<const wchar_t*> descriptions;  // keys 0000, 0001, ...; null: key missing
         std::size_t opened;                        // class keys asked for
-        std::wstring stored;                       // 71370, empty when not stored
+        std::wstring stored;                       // 71370, or the flag that follows without it
     };
     const wchar_t* const ans = kVirtualAdapter.c_str();
+    const std::wstring none = L"71489#0=No";
     const Case cases[] = {
         {"found at 0003", {L"a", L"b", L"c", ans, L"e"}, 4, L"71370#0=9.13.41.3"},
-        {"beyond a gap", {L"a", L"b", L"c", L"d", L"e", nullptr, ans}, 6, L""},
-        {"letter case differs", {L"Intel(R) advanced network services virtual adapter"}, 2, L""},
+        {"beyond a gap", {L"a", L"b", L"c", L"d", L"e", nullptr, ans}, 6, none},
+        {"letter case differs", {L"Intel(R) advanced network services virtual adapter"}, 2, none},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.what);
@@ -181,21 +182,14 @@ TEST(SoftwareTest, AdapterScanStopsAtTheFirstMissingClassKey) {
                                        L"9.13.41." + std::to_wstring(i));
         }
         Software software;
-        const auto stored = StoredBy(software);
-        if (c.stored.empty()) {
-            EXPECT_EQ(stored[1], L"71489#0=No");
-        } else {
-            EXPECT_EQ(stored[1], c.stored);
-        }
-        std::vector<std::wstring> opened;
+        EXPECT_EQ(StoredBy(software)[1], c.stored);
+        std::size_t opened = 0;  // class keys asked for in order, with plain read access
         for (const auto& open : machine.registry.opens) {
             if (open.first.rfind(kClassKey, 0) != 0) continue;
-            opened.push_back(open.first.substr(kClassKey.size()));
-            EXPECT_EQ(open.second, os::Registry::kKeyRead);
+            EXPECT_EQ(open, std::make_pair(kClassKey + L"000" + std::to_wstring(opened++),
+                                           os::Registry::kKeyRead));
         }
-        std::vector<std::wstring> expected;
-        for (std::size_t i = 0; i < c.opened; ++i) expected.push_back(L"000" + std::to_wstring(i));
-        EXPECT_EQ(opened, expected);
+        EXPECT_EQ(opened, c.opened);
     }
 }
 
@@ -211,58 +205,60 @@ TEST(SoftwareTest, WiDiLibraryResultsAreStoredWithTheirFlags) {
                                          L"71487#0=No", L"71490#0=Yes", L"71499#0=No"}));
 }
 
+// A version too long for the installer's buffer of 100 is not found, and the search goes on.
 TEST(SoftwareTest, WiDiInstallationFromTheUpgradeCodeOrTheFirstListedProduct) {
     struct Case {
         const char* what;
-        bool byUpgradeCode;
+        std::wstring byUpgradeCode;        // version of the product with the upgrade code, if any
         std::vector<std::wstring> listed;  // product codes of the list that are installed
-        std::wstring version;              // 71500, empty when none is found
-        std::size_t queries;               // products asked for their version
+        std::wstring listedVersion;
+        std::vector<std::wstring> tail;  // what is stored last
+        std::size_t queries;             // products asked for their version
     };
+    const std::vector<std::wstring> found = {L"71499#0=Yes", L"71500#0=3.5.41"};
     const Case cases[] = {
-        {"by upgrade code", true, {L"{7854AA22-A2F0-4F29-A2E9-D0C5A2B685E7}"}, L"9.9.9", 1},
+        {"by upgrade code",
+         L"9.9.9",
+         {L"{7854AA22-A2F0-4F29-A2E9-D0C5A2B685E7}"},
+         L"3.5.41",
+         {L"71499#0=Yes", L"71500#0=9.9.9"},
+         1},
         {"12th listed code",
-         false,
+         L"",
          {L"{7854AA22-A2F0-4F29-A2E9-D0C5A2B685E7}", L"{5A80B0BA-79AF-4b11-B851-CCB9F7977AC0}"},
          L"3.5.41",
+         found,
          12},
         {"last listed code, written in another case",
-         false,
+         L"",
          {L"{5a80b0ba-79af-4B11-b851-ccb9f7977ac0}"},
          L"3.5.41",
+         found,
          23},
-        {"none", false, {}, L"", 24},
+        {"none", L"", {}, L"", {L"71499#0=No"}, 24},
+        {"upgrade code's version too long",
+         std::wstring(100, L'1'),
+         {L"{0728A184-F899-4356-B93D-8228674F0DEB}"},
+         std::wstring(99, L'2'),
+         {L"71499#0=Yes", L"71500#0=" + std::wstring(99, L'2')},
+         12},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.what);
         test::FakeMachine machine;
-        if (c.byUpgradeCode) {
+        if (!c.byUpgradeCode.empty()) {
             machine.installer.AddProduct(L"{11111111-2222-3333-4444-555555555555}", kUpgradeCode,
-                                         {{L"VersionString", L"9.9.9"}});
+                                         {{L"VersionString", c.byUpgradeCode}});
         }
         for (const std::wstring& code : c.listed) {
-            machine.installer.AddProduct(code, L"", {{L"VersionString", L"3.5.41"}});
+            machine.installer.AddProduct(code, L"", {{L"VersionString", c.listedVersion}});
         }
         Software software;
         const auto stored = StoredBy(software);
-        std::vector<std::wstring> tail(stored.end() - (c.version.empty() ? 1 : 2), stored.end());
-        if (c.version.empty()) {
-            EXPECT_EQ(tail, std::vector<std::wstring>{L"71499#0=No"});
-        } else {
-            EXPECT_EQ(tail, (std::vector<std::wstring>{L"71499#0=Yes", L"71500#0=" + c.version}));
-        }
+        const auto tail = stored.end() - static_cast<std::ptrdiff_t>(c.tail.size());
+        EXPECT_EQ(std::vector<std::wstring>(tail, stored.end()), c.tail);
         EXPECT_EQ(machine.installer.productQueries.size(), c.queries);
     }
-}
-
-TEST(SoftwareTest, AVersionTooLongForTheInstallerBufferIsNotFound) {
-    test::FakeMachine machine;
-    machine.installer.AddProduct(L"{11111111-2222-3333-4444-555555555555}", kUpgradeCode,
-                                 {{L"VersionString", std::wstring(100, L'1')}});
-    machine.installer.AddProduct(L"{0728A184-F899-4356-B93D-8228674F0DEB}", L"",
-                                 {{L"VersionString", std::wstring(99, L'2')}});
-    Software software;
-    EXPECT_EQ(StoredBy(software).back(), L"71500#0=" + std::wstring(99, L'2'));
 }
 
 TEST(SoftwareTest, AFailureEndsDetectionWithItsMessageAndKeepsWhatWasStored) {

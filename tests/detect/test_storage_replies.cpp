@@ -13,6 +13,19 @@ namespace {
 namespace storage = os::storage;
 using test::Bytes;
 
+// A parsed descriptor as one text: bus type, then vendor, product, revision and serial, "-" for
+// a text that is absent.
+std::string Described(const Bytes& reply) {
+    const StorageReplies::DeviceDescriptor descriptor =
+        StorageReplies::ParseDeviceDescriptor(reply);
+    std::string text = std::to_string(descriptor.busType);
+    for (const auto& part :
+         {descriptor.vendor, descriptor.product, descriptor.revision, descriptor.serial}) {
+        text += "|" + part.value_or("-");
+    }
+    return text;
+}
+
 TEST(StorageRepliesTest, IdentifyTextsAreWordSwappedAndTrimmed) {
     Bytes result = test::IdentifyResult("  WDC WD5000AAKS-00V1A0  ", "", "WD-WCAWF1234567");
     // The firmware field as the drive stores it: 1 0 2 X, then four blanks.
@@ -24,9 +37,8 @@ TEST(StorageRepliesTest, IdentifyTextsAreWordSwappedAndTrimmed) {
     EXPECT_EQ(identify.firmware, "01X2");
     EXPECT_EQ(identify.model, "WDC WD5000AAKS-00V1A0");
     EXPECT_EQ(identify.serial, "WD-WCAWF1234567");
-}
 
-TEST(StorageRepliesTest, ShortIdentifyRepliesReadOnlyWhatArrived) {
+    // A short reply reads only what arrived.
     const Bytes full = test::IdentifyResult("SSD2SC240G", "CC38");
     // Cut inside the model: the part that arrived is kept, the rest is absent.
     const std::size_t modelStart = storage::kCommandOutBufferOffset + storage::kIdentifyModelOffset;
@@ -59,25 +71,12 @@ TEST(StorageRepliesTest, IdentifyCommandAddressesTheDrive) {
     EXPECT_EQ(StorageReplies::ReadUint32(result, 0), 529u);
 }
 
-TEST(StorageRepliesTest, DeviceDescriptorTextsAndBusType) {
-    const Bytes reply = test::DeviceDescriptor(11, "ATA     ", "INTEL SSDSA2M080", "2CV1", "CVPO");
-    const StorageReplies::DeviceDescriptor descriptor =
-        StorageReplies::ParseDeviceDescriptor(reply);
-    EXPECT_EQ(descriptor.busType, 11);
-    EXPECT_EQ(descriptor.vendor, std::string("ATA     "));
-    EXPECT_EQ(descriptor.product, std::string("INTEL SSDSA2M080"));
-    EXPECT_EQ(descriptor.revision, std::string("2CV1"));
-    EXPECT_EQ(descriptor.serial, std::string("CVPO"));
+TEST(StorageRepliesTest, DescriptorTextsStayInsideTheReply) {
+    EXPECT_EQ(Described(test::DeviceDescriptor(11, "ATA     ", "INTEL SSDSA2M080", "2CV1", "CVPO")),
+              "11|ATA     |INTEL SSDSA2M080|2CV1|CVPO");
+    // The revision present but empty.
+    EXPECT_EQ(Described(test::DeviceDescriptor(1, nullptr, nullptr, "")), "1|-|-||-");
 
-    const StorageReplies::DeviceDescriptor bare =
-        StorageReplies::ParseDeviceDescriptor(test::DeviceDescriptor(1, nullptr, nullptr, ""));
-    EXPECT_EQ(bare.busType, 1);
-    EXPECT_FALSE(bare.vendor.has_value());
-    EXPECT_FALSE(bare.product.has_value());
-    EXPECT_EQ(bare.revision, std::string()) << "present but empty";
-}
-
-TEST(StorageRepliesTest, LyingDescriptorsStayInsideTheReply) {
     Bytes reply = test::DeviceDescriptor(3, "VEND", "PRODUCT", "REV1");
     reply.pop_back();  // the last text, the revision, loses its terminator
     const std::uint32_t revisionAt =
@@ -86,18 +85,10 @@ TEST(StorageRepliesTest, LyingDescriptorsStayInsideTheReply) {
     test::PutUint32(reply, storage::kDeviceProductRevisionOffset, 0xFFFFFFF0u);
     test::PutUint32(reply, storage::kDeviceVendorIdOffset,
                     static_cast<std::uint32_t>(reply.size()));
-    const StorageReplies::DeviceDescriptor lying = StorageReplies::ParseDeviceDescriptor(reply);
-    EXPECT_EQ(lying.product, std::string("REV1")) << "runs to the end of the reply";
-    EXPECT_FALSE(lying.vendor.has_value()) << "points just past the end";
-    EXPECT_FALSE(lying.revision.has_value()) << "points far past the end";
-    EXPECT_EQ(lying.busType, 3);
-
+    // The product runs to the end of the reply; the vendor points just past it, the revision far.
+    EXPECT_EQ(Described(reply), "3|-|REV1|-|-");
     // The fixed part cut before the bus type and the offsets.
-    const Bytes shortReply(reply.begin(), reply.begin() + 14);
-    const StorageReplies::DeviceDescriptor cut = StorageReplies::ParseDeviceDescriptor(shortReply);
-    EXPECT_EQ(cut.busType, 0);
-    EXPECT_FALSE(cut.vendor.has_value());
-    EXPECT_FALSE(cut.product.has_value());
+    EXPECT_EQ(Described(Bytes(reply.begin(), reply.begin() + 14)), "0|-|-|-|-");
 
     EXPECT_EQ(StorageReplies::ParseAdapterBusType(test::AdapterDescriptor(8)), 8);
     EXPECT_EQ(StorageReplies::ParseAdapterBusType(Bytes(24, 8)), 0) << "bus type not in reply";

@@ -15,6 +15,9 @@ class SystemInformationTest : public ::testing::Test {
     SystemInformation system;
 };
 
+// The counter starts at 123 and moves 1,000,000 a reading: the first reading sets the target a
+// counter second on, the wait reads until it is reached or passed, and the time-stamp counter is
+// read once on each side of the wait.
 TEST_F(SystemInformationTest, ClockSpeedIsTimeStampCountsPerCounterSecond) {
     struct Case {
         const char* what;
@@ -22,17 +25,20 @@ TEST_F(SystemInformationTest, ClockSpeedIsTimeStampCountsPerCounterSecond) {
         std::uint64_t start;
         std::uint64_t stop;
         std::uint32_t megahertz;
+        int counterReadings;
     };
     const Case cases[] = {
-        {"exact", 10'000'000, 1'000, 3'401'001'000, 3401},
-        {"truncated", 10'000'000, 0, 2'399'999'000, 2399},
-        // Single precision rounds 3,400,999,999 up to 3,401,000,000.
-        {"single precision", 3'579'545, 0, 3'400'999'999, 3401},
+        {"exact", 10'000'000, 1'000, 3'401'001'000, 3401, 11},
+        {"truncated", 10'000'000, 0, 2'399'999'000, 2399, 11},
+        // Single precision rounds 3,400,999,999 up to 3,401,000,000; the target 3,579,668 is
+        // passed at the fifth reading.
+        {"single precision", 3'579'545, 0, 3'400'999'999, 3401, 5},
         // After days of uptime each reading keeps only 24 bits: 3400 MHz reads as 3397.
-        {"long uptime", 10'000'000, 100'000'000'000'000, 100'003'400'000'000, 3397},
-        {"counter went back", 10'000'000, 5'000'000'000, 1'000, 0},
-        {"below one megahertz", 10'000'000, 0, 999'999, 0},
-        {"no counter", 0, 0, 3'000'000'000, 0},
+        {"long uptime", 10'000'000, 100'000'000'000'000, 100'003'400'000'000, 3397, 11},
+        {"counter went back", 10'000'000, 5'000'000'000, 1'000, 0, 11},
+        {"below one megahertz", 10'000'000, 0, 999'999, 0, 11},
+        {"counter jumped", 10'000'000, 0, UINT64_MAX, UINT32_MAX, 11},
+        {"no counter", 0, 0, 3'000'000'000, 0, 0},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.what);
@@ -42,19 +48,9 @@ TEST_F(SystemInformationTest, ClockSpeedIsTimeStampCountsPerCounterSecond) {
         machine.cpu.timeStamps = {c.start, c.stop};
         machine.cpu.timeStampReads = 0;
         EXPECT_EQ(system.MeasureClockMhz(), c.megahertz);
+        EXPECT_EQ(machine.clock.performanceCounter, 123 + c.counterReadings * 1'000'000);
+        EXPECT_EQ(machine.cpu.timeStampReads, c.counterReadings == 0 ? 0u : 2u);
     }
-}
-
-TEST_F(SystemInformationTest, WaitsOneWholeCounterSecondBetweenTheTwoReadings) {
-    machine.clock.performanceFrequency = 10'000'000;
-    machine.clock.performanceCounter = 500;
-    machine.clock.performanceCounterStep = 3'000'000;
-    machine.cpu.timeStamps = {0, 2'000'000'000};
-    system.MeasureClockMhz();
-    // 500 sets the target 10,000,500; the wait reads 3,000,500, 6,000,500 and 9,000,500 and
-    // stops at 12,000,500: five readings in all.
-    EXPECT_EQ(machine.clock.performanceCounter, 500 + 5 * 3'000'000);
-    EXPECT_EQ(machine.cpu.timeStampReads, 2u);
 }
 
 TEST_F(SystemInformationTest, ProcessorCountAndMeasuredSpeed) {

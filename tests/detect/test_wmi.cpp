@@ -56,15 +56,15 @@ TEST_F(WmiTest, ConnectsToCimv2WithTheProxyBlanketAndQueriesForwardOnly) {
     EXPECT_TRUE(wmi().GetBiosValues(bios));
 
     EXPECT_EQ(machine.wmi.nameSpace, L"ROOT\\CIMV2");
-    EXPECT_EQ(machine.wmi.blanket.authenticationService, 10u);
-    EXPECT_EQ(machine.wmi.blanket.authorizationService, 0u);
-    EXPECT_EQ(machine.wmi.blanket.authenticationLevel, 3u);
-    EXPECT_EQ(machine.wmi.blanket.impersonationLevel, 3u);
-    EXPECT_EQ(machine.wmi.blanket.capabilities, 0u);
+    const os::ProxyBlanket& b = machine.wmi.blanket;
+    EXPECT_EQ(
+        (std::vector<std::uint32_t>{b.authenticationService, b.authorizationService,
+                                    b.authenticationLevel, b.impersonationLevel, b.capabilities}),
+        (std::vector<std::uint32_t>{10, 0, 3, 3, 0}));
     ASSERT_EQ(machine.wmi.queries.size(), 1u);
-    EXPECT_EQ(machine.wmi.queries[0].language, L"WQL");
-    EXPECT_EQ(machine.wmi.queries[0].text, L"SELECT * FROM Win32_BIOS");
-    EXPECT_EQ(machine.wmi.queries[0].flags, 48);
+    const auto& query = machine.wmi.queries[0];
+    EXPECT_EQ(query.language + L"|" + query.text, L"WQL|SELECT * FROM Win32_BIOS");
+    EXPECT_EQ(query.flags, 48);
     ASSERT_EQ(machine.wmi.nextCalls.size(), 1u);
     EXPECT_EQ(machine.wmi.nextCalls[0].timeout, 0xFFFFFFFFu);
     EXPECT_EQ(machine.wmi.nextCalls[0].count, 1u);
@@ -158,47 +158,50 @@ TEST_F(WmiTest, PropertiesOfUnexpectedTypesEndTheOperationWithItsMessage) {
     }
 }
 
-TEST_F(WmiTest, BaseboardRowsOverwriteFieldByField) {
-    machine.wmi.tables[L"Win32_BaseBoard"] = {{{L"Manufacturer", FakeWmi::Text(L"ASUSTeK")},
-                                               {L"Product", FakeWmi::Text(L"P8Z68")},
-                                               {L"Version", FakeWmi::Text(L"Rev 1.xx")}},
-                                              {{L"Product", FakeWmi::Text(L"Second board")}}};
-    SoundInfo board;
-    EXPECT_TRUE(wmi().GetMotherboardValues(board));
-    EXPECT_EQ(board.name, L"ASUSTeK");
-    EXPECT_EQ(board.hardwareId, L"Second board");
-    EXPECT_EQ(board.driverVersion, L"Rev 1.xx");
-    EXPECT_EQ(machine.wmi.nextCalls.at(0).count, 200u);
-}
-
-TEST_F(WmiTest, BaseboardResultTellsWhetherAManufacturerCame) {
+// Rows are asked for 200 at a time and overwrite field by field; the result tells whether a
+// manufacturer came; a property that cannot be read ends the operation with its message.
+TEST_F(WmiTest, BaseboardRowsAndWhetherAManufacturerCame) {
     struct Case {
         std::vector<FakeWmi::Row> rows;
         bool expected;
+        std::wstring board;  // name|hardwareId|driverVersion
         std::vector<std::wstring> messages;
     };
+    const std::vector<std::wstring> failed = {L"Error in WMI::GetMotherboardValues."};
+    const os::WmiValue unreadable = FakeWmi::Unconvertible(0x2008);
     const Case cases[] = {
-        {{{{L"Product", FakeWmi::Text(L"X")}}}, false, {}},
-        {{{{L"Manufacturer", FakeWmi::Null(8)}}}, true, {}},
-        {{{{L"Manufacturer", FakeWmi::Text(L"M")}}, {{L"Product", FakeWmi::Unconvertible(0x2008)}}},
+        {{{{L"Manufacturer", FakeWmi::Text(L"ASUSTeK")},
+           {L"Product", FakeWmi::Text(L"P8Z68")},
+           {L"Version", FakeWmi::Text(L"Rev 1.xx")}},
+          {{L"Product", FakeWmi::Text(L"Second board")}}},
          true,
-         {L"Error in WMI::GetMotherboardValues."}},
-        {{{{L"Product", FakeWmi::Unconvertible(0x2008)}}},
-         false,
-         {L"Error in WMI::GetMotherboardValues."}},
-        {{}, false, {}},
+         L"ASUSTeK|Second board|Rev 1.xx",
+         {}},
+        {{{{L"Product", FakeWmi::Text(L"X")}}}, false, L"|X|", {}},
+        {{{{L"Manufacturer", FakeWmi::Null(8)}}}, true, L"||", {}},
+        {{{{L"Manufacturer", FakeWmi::Text(L"M")}}, {{L"Product", unreadable}}},
+         true,
+         L"M||",
+         failed},
+        {{{{L"Product", unreadable}}}, false, L"||", failed},
+        {{}, false, L"||", {}},
     };
     for (const auto& c : cases) {
+        SCOPED_TRACE(c.board);
         Fresh();
         machine.wmi.tables[L"Win32_BaseBoard"] = c.rows;
         Log::Instance().SetLevel(Log::kError);
         SoundInfo board;
         EXPECT_EQ(wmi().GetMotherboardValues(board), c.expected);
+        EXPECT_EQ(board.name + L"|" + board.hardwareId + L"|" + board.driverVersion, c.board);
         EXPECT_EQ(machine.LogMessages(), c.messages);
+        EXPECT_EQ(machine.wmi.nextCalls.back().count, 200u);
     }
 }
 
-TEST_F(WmiTest, DisksInRowOrderWithTheirIndexes) {
+// Appended in row order, a missing name left empty; a row whose index is not a number ends the
+// list quietly.
+TEST_F(WmiTest, DisksInRowOrderUntilOneWithoutANumericIndex) {
     machine.wmi.tables[L"Win32_DiskDrive"] = {
         {{L"Model", FakeWmi::Text(L"Disk A")},
          {L"Name", FakeWmi::Text(L"\\\\.\\PHYSICALDRIVE0")},
@@ -206,7 +209,10 @@ TEST_F(WmiTest, DisksInRowOrderWithTheirIndexes) {
         {{L"Model", FakeWmi::Text(L"Disk B")}, {L"Index", FakeWmi::Unsigned(2)}},
         {{L"Model", FakeWmi::Text(L"Disk C")},
          {L"Name", FakeWmi::Text(L"\\\\.\\PHYSICALDRIVE1")},
-         {L"Index", FakeWmi::Unsigned(1)}}};
+         {L"Index", FakeWmi::Unsigned(1)}},
+        {{L"Model", FakeWmi::Text(L"Disk D")}, {L"Index", FakeWmi::Text(L"first")}},
+        {{L"Model", FakeWmi::Text(L"Disk E")}, {L"Index", FakeWmi::Unsigned(3)}}};
+    Log::Instance().SetLevel(Log::kError);
     std::vector<HardDriveInfo> disks(1);
     EXPECT_TRUE(wmi().GetDiskDriveValues(disks));
     ASSERT_FALSE(disks.empty());
@@ -217,18 +223,6 @@ TEST_F(WmiTest, DisksInRowOrderWithTheirIndexes) {
     }
     EXPECT_EQ(appended, (std::vector<std::wstring>{L"Disk A|\\\\.\\PHYSICALDRIVE0|0", L"Disk B||2",
                                                    L"Disk C|\\\\.\\PHYSICALDRIVE1|1"}));
-}
-
-TEST_F(WmiTest, ADiskWithoutANumericIndexEndsTheListQuietly) {
-    machine.wmi.tables[L"Win32_DiskDrive"] = {
-        {{L"Model", FakeWmi::Text(L"Disk A")}, {L"Index", FakeWmi::Unsigned(0)}},
-        {{L"Model", FakeWmi::Text(L"Disk B")}, {L"Index", FakeWmi::Text(L"first")}},
-        {{L"Model", FakeWmi::Text(L"Disk C")}}};
-    Log::Instance().SetLevel(Log::kError);
-    std::vector<HardDriveInfo> disks;
-    EXPECT_TRUE(wmi().GetDiskDriveValues(disks));
-    ASSERT_EQ(disks.size(), 1u);
-    EXPECT_EQ(Text(disks[0].model), L"Disk A");
     EXPECT_TRUE(machine.LogMessages().empty());
 }
 
@@ -246,22 +240,20 @@ TEST_F(WmiTest, FirstRowOperationsAppendOneRecord) {
     std::vector<CDRomInfo> drives;
     EXPECT_TRUE(wmi().GetCDRomValues(drives));
     ASSERT_EQ(drives.size(), 1u);
-    EXPECT_EQ(Text(drives[0].name), L"DVD RW");
-    EXPECT_EQ(drives[0].deviceId, L"IDE\\CDROM");
-    EXPECT_EQ(drives[0].drive, L"E:");
-    EXPECT_EQ(drives[0].mediaType, L"DVD Writer");
+    const CDRomInfo& drive = drives[0];
+    EXPECT_EQ(
+        Text(drive.name) + L"|" + drive.deviceId + L"|" + drive.drive + L"|" + drive.mediaType,
+        L"DVD RW|IDE\\CDROM|E:|DVD Writer");
 
     std::vector<SoundInfo> sounds;
     EXPECT_TRUE(wmi().GetSoundValues(sounds));
     ASSERT_EQ(sounds.size(), 1u);
-    EXPECT_EQ(sounds[0].name, L"Wine Audio Device");
-    EXPECT_EQ(sounds[0].hardwareId, L"WINE");
+    EXPECT_EQ(sounds[0].name + L"|" + sounds[0].hardwareId, L"Wine Audio Device|WINE");
 
     BiosInfo bios;
     EXPECT_TRUE(wmi().GetBiosValues(bios));
-    EXPECT_EQ(Text(bios.name), L"BIOS Date: 07/10/09");
-    EXPECT_EQ(Text(bios.manufacturer), L"The Wine Project");
-    EXPECT_EQ(Text(bios.version), L"0802");
+    EXPECT_EQ(Text(bios.name) + L"|" + Text(bios.manufacturer) + L"|" + Text(bios.version),
+              L"BIOS Date: 07/10/09|The Wine Project|0802");
 }
 
 TEST_F(WmiTest, QueriesWithoutRowsOrWithFailures) {

@@ -3,7 +3,6 @@
 #ifdef _WIN32
 
 #include <cstdint>
-#include <cstring>
 #include <string>
 
 #include "os/win32/win32_cpu.h"
@@ -12,15 +11,10 @@
 namespace rigel::os {
 namespace {
 
+// The vendor and brand texts are checked against Linux's where the processor is detected.
 TEST(Win32CpuTest, TheHostProcessorAnswers) {
     Win32Cpu cpu;
-    const CpuidRegisters leaf0 = cpu.Cpuid(0, 0);
-    EXPECT_GE(leaf0.eax, 1u);
-    char vendor[13] = {};
-    std::memcpy(vendor, &leaf0.ebx, 4);
-    std::memcpy(vendor + 4, &leaf0.edx, 4);
-    std::memcpy(vendor + 8, &leaf0.ecx, 4);
-    EXPECT_EQ(std::strlen(vendor), 12u);
+    EXPECT_GE(cpu.Cpuid(0, 0).eax, 1u);
     EXPECT_GE(cpu.Cpuid(0x80000000, 0).eax, 0x80000000u);
 
     const std::uint64_t first = cpu.TimeStampCounter();

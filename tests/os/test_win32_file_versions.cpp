@@ -57,33 +57,23 @@ TEST(FakeFileVersionsTest, AnswersAsVersionResourcesDo) {
 }
 
 #ifdef _WIN32
-std::wstring OwnFolder() {
-    std::wstring path;
-    Current().systemInfo->OwnModuleFileName(2000, path);
-    return path.substr(0, path.rfind(L'\\'));
-}
-
-std::wstring SystemFolder() {
-    std::wstring folder;
-    Current().systemInfo->SystemDirectory(2000, folder);
-    return folder;
-}
-
+// Wine's kernel32.dll has a version resource, this test program none. The file reader then gives
+// a file of ours the version its resource carries.
 TEST(Win32FileVersionsTest, WinesVersionResourcesAnswerTheContract) {
-    Win32FileVersions files;
-    std::wstring ownPath;
-    Current().systemInfo->OwnModuleFileName(2000, ownPath);
-    CheckFileVersionsContract(files, SystemFolder() + L"\\kernel32.dll", ownPath,
-                              SystemFolder() + L"\\no_such_file.dll");
-}
-
-TEST(Win32FileVersionsTest, TheVersionOfAFileOfOursIsTheOneItsResourceCarries) {
-    std::wstring text;
-    ASSERT_TRUE(FileVersion::Get(OwnFolder() + L"\\widiutil.dll", text));
-    EXPECT_EQ(text, L"1.2.3.4");
+    std::wstring own;
+    Current().systemInfo->OwnModuleFileName(2000, own);
     std::wstring system;
-    EXPECT_TRUE(FileVersion::Get(SystemFolder() + L"\\kernel32.dll", system));
-    EXPECT_NE(system.find(L'.'), std::wstring::npos) << system;
+    Current().systemInfo->SystemDirectory(2000, system);
+    Win32FileVersions files;
+    CheckFileVersionsContract(files, system + L"\\kernel32.dll", own,
+                              system + L"\\no_such_file.dll");
+
+    std::wstring text;
+    ASSERT_TRUE(FileVersion::Get(own.substr(0, own.rfind(L'\\')) + L"\\widiutil.dll", text));
+    EXPECT_EQ(text, L"1.2.3.4");
+    std::wstring kernel;
+    EXPECT_TRUE(FileVersion::Get(system + L"\\kernel32.dll", kernel));
+    EXPECT_NE(kernel.find(L'.'), std::wstring::npos) << kernel;
 }
 #endif
 

@@ -71,16 +71,13 @@ TEST(Win32DetectorsTest, DirectXOnWinesMachine) {
 }
 
 // Wine's one display adapter has vendor and device 0, so the filter drops it and nothing is
-// stored; only the diagnostics provider among the other sources sees an adapter.
+// stored. What each source sees on Wine's machine is checked with the sources.
 TEST(Win32DetectorsTest, GpuOnWinesMachine) {
     WineMachine machine;
     TimedDetect<GPU>("GPU");
     EXPECT_TRUE(test::Stored().empty());
     EXPECT_TRUE(machine.Logged(L"Got 1 adapters from SetupLib."));
     EXPECT_TRUE(machine.Logged(L"Got 0 adapters after the filter."));
-    EXPECT_TRUE(machine.Logged(L"Got 1 adapters from DXDiag."));
-    EXPECT_TRUE(machine.Logged(L"Got 0 adapters from DXGI."));
-    EXPECT_TRUE(machine.Logged(L"Got 0 adapters from DirectX 9."));
     EXPECT_FALSE(machine.Logged(L"Error in GPU::Detect"));
     // A second pass reuses the loaded sources.
     TimedDetect<GPU>("GpuAgain");

@@ -27,13 +27,9 @@ void CheckEmptyInstallerContract(Installer& installer) {
     EXPECT_EQ(version, L"unchanged");
 }
 
-TEST(FakeInstallerTest, AnswersAsAnEmptyInstallerDoes) {
-    FakeInstaller installer;
-    CheckEmptyInstallerContract(installer);
-}
-
 TEST(FakeInstallerTest, ProductsByUpgradeCodeAndVersionsThatMustFitTheBuffer) {
     FakeInstaller installer;
+    CheckEmptyInstallerContract(installer);
     installer.AddProduct(L"{AAAAAAAA-0000-0000-0000-000000000001}", L"{UPGRADE}",
                          {{L"VersionString", L"12.5"}});
     std::wstring product;

@@ -104,22 +104,22 @@ void CheckDiskContract(DeviceIo& io) {
     EXPECT_EQ(Uint32At(number, 8), 1u) << "the first partition";
     io.Close(volume);
 
-    HDevice missing = 0;
+    HDevice missing = 99;
     EXPECT_FALSE(
         io.Open(L"\\\\.\\PhysicalDrive1", 0, 3, DeviceIo::kOpenExisting, 0, missing, error));
+    EXPECT_EQ(missing, 0u);
     EXPECT_EQ(error, DeviceIo::kErrorFileNotFound);
 }
 
-FakeSystemInfo WineVolumes() {
+// The fakes staged as the detector tests stage theirs: the two volumes, the disk with its bus
+// type alone, and the volume C: on disk 0.
+TEST(Win32Storage, FakeAnswersAsWineDoes) {
     FakeSystemInfo info;
     const DiskSpace space{40, 100, 60};
     info.drives = {{L"C:\\", SystemInfo::kDriveFixed, true, space},
                    {L"Z:\\", SystemInfo::kDriveFixed, true, space}};
-    return info;
-}
+    CheckVolumeContract(info);
 
-// The disk staged as the detector tests stage theirs, and the volume C: on disk 0.
-FakeDeviceIo WineDisk() {
     FakeDeviceIo io;
     test::AddDisk(
         io, L"\\\\.\\PhysicalDrive0",
@@ -127,13 +127,6 @@ FakeDeviceIo WineDisk() {
     io.AddDevice(L"\\\\.\\C:");
     io.SetReply(L"\\\\.\\C:", storage::kGetDeviceNumber,
                 test::Answer({7, 0, 0, 0, 0, 0, 0, 0, 1, 0, 0, 0}));
-    return io;
-}
-
-TEST(Win32Storage, FakeAnswersAsWineDoes) {
-    FakeSystemInfo info = WineVolumes();
-    CheckVolumeContract(info);
-    FakeDeviceIo io = WineDisk();
     CheckDiskContract(io);
 }
 
