@@ -7,31 +7,14 @@
 #include "fuzz_input.h"
 #include "values/size.h"
 
-namespace {
-
-// "<digits>.<digit> <unit>", the only form a size prints in.
-bool IsSizeText(const std::wstring& text) {
-    const std::size_t point = text.find(L'.');
-    if (point == 0 || point == std::wstring::npos) return false;
-    for (std::size_t i = 0; i < point; ++i) {
-        if (text[i] < L'0' || text[i] > L'9') return false;
-    }
-    if (point + 3 > text.size() || text[point + 1] < L'0' || text[point + 1] > L'9' ||
-        text[point + 2] != L' ') {
-        return false;
-    }
-    const std::wstring unit = text.substr(point + 3);
-    return unit == L"B" || unit == L"KB" || unit == L"MB" || unit == L"GB" || unit == L"TB";
-}
-
-}  // namespace
-
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     rigel::Log::Instance().SetLevel(size > 0 && (data[0] & 1) != 0 ? rigel::Log::kMaxLevel : 0);
     const std::wstring text = rigel::fuzz::WideText(data, size);
 
     rigel::Size parsed(text);
-    if (!IsSizeText(parsed.ToString())) __builtin_trap();
+    if (!rigel::fuzz::IsAmountText(parsed.ToString(), {L"B", L"KB", L"MB", L"GB", L"TB"})) {
+        __builtin_trap();
+    }
 
     rigel::Size reparsed;
     if (!reparsed.Parse(text.c_str())) __builtin_trap();
