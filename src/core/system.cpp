@@ -9,6 +9,7 @@
 #include "diag/scope_trace.h"
 #include "os/clock.h"
 #include "os/services.h"
+#include "rigel_version.h"
 
 namespace rigel {
 namespace {
@@ -47,7 +48,7 @@ void System::Initialize() {
 }
 
 const std::wstring& System::GetVersion() {
-    static const std::wstring version = L"4.5.22.0";
+    static const std::wstring version = Widen(RIGEL_VERSION_TEXT);
     return version;
 }
 

@@ -572,6 +572,7 @@ TEST_F(SysInfoObject, DispatchInvokesPropertiesThroughTheTypeLibrary) {
 TEST(Dispatch, TypeLibraryMatchesTheRegisteredIdentifiers) {
     EXPECT_EQ(GuidText(CLSID_SysInfo), kSysInfoClassID);
     EXPECT_EQ(GuidText(LIBID_DetectionLib), kDetectionLibID);
+    EXPECT_EQ(GuidText(IID_ISysInfo), kSysInfoInterfaceID);
     ComPtr<ITypeLib> library;
     ASSERT_EQ(LoadTypeLibEx(Control::Get().path.c_str(), REGKIND_NONE, &library), S_OK);
     TLIBATTR* attributes = nullptr;

@@ -19,6 +19,9 @@ const std::wstring kModule = L"C:\\Program Files\\Rigel\\RigelDetection.dll";
 const std::wstring kClassID = L"{3234EB1E-733E-4E6A-A8AB-EBB6287E5A7E}";
 const std::wstring kAppID = L"{892519D6-8D23-4203-824D-F8DDBACD29BB}";
 const std::wstring kProgID = L"RigelDetection_Test64.SysInfo";
+const std::wstring kLibID = L"{BFA93D95-8544-4914-9BDD-4A26817125F1}";
+const std::wstring kInterfaceID = L"{092C26A6-C957-4A3C-BB9D-CAF2DDA29142}";
+const std::wstring kMarshaler = L"{00020424-0000-0000-C000-000000000046}";
 
 // Records its calls in the registry's call list, so that the order of all steps shows.
 class FakeTypeLib : public TypeLibRegistrar {
@@ -66,11 +69,14 @@ class ServerRegistrationTest : public ::testing::Test {
 
 TEST_F(ServerRegistrationTest, RegistersAppIDClassAndTypeLibraryAndUnregistersInTheOppositeOrder) {
     const std::wstring foreignClass = L"CLSID\\{00000000-0000-0000-0000-000000000001}";
-    registry.keys = FakeRegistry::ClassesKeys({{L"CLSID", {}}, {foreignClass, {}}, {L"AppID", {}}});
+    registry.keys = FakeRegistry::ClassesKeys(
+        {{L"CLSID", {}}, {foreignClass, {}}, {L"AppID", {}}, {L"TypeLib", {}}, {L"Interface", {}}});
     const FakeRegistry::Keys before = registry.keys;
     ASSERT_EQ(registration.Register(RegistrationScope::kMachine), ServerRegistration::kOk);
 
     const std::wstring classKey = L"CLSID\\" + kClassID;
+    const std::wstring library = L"TypeLib\\" + kLibID + L"\\1.0";
+    const std::wstring interfaceKey = L"Interface\\" + kInterfaceID;
     const FakeRegistry::Keys expected = FakeRegistry::ClassesKeys({
         {L"AppID", {}},
         {L"AppID\\" + kAppID, {{L"", L"Detection"}}},
@@ -91,8 +97,22 @@ TEST_F(ServerRegistrationTest, RegistersAppIDClassAndTypeLibraryAndUnregistersIn
         {classKey + L"\\MiscStatus", {{L"", L"0"}}},
         // Invisible at run time, client site first, inside-out, no link inside, recompose.
         {classKey + L"\\MiscStatus\\1", {{L"", L"132241"}}},
-        {classKey + L"\\TypeLib", {{L"", L"{BFA93D95-8544-4914-9BDD-4A26817125F1}"}}},
+        {classKey + L"\\TypeLib", {{L"", kLibID}}},
         {classKey + L"\\Version", {{L"", L"1.0"}}},
+        {L"TypeLib", {}},
+        {L"TypeLib\\" + kLibID, {}},
+        {library, {{L"", L"DetectionLib 1.0 Type Library"}}},
+        {library + L"\\FLAGS", {{L"", L"0"}}},
+        {library + L"\\HELPDIR", {{L"", L"C:\\Program Files\\Rigel\\"}}},
+        {library + L"\\0", {}},
+        {library + L"\\0\\win64", {{L"", kModule}}},
+        {library + L"\\409", {}},
+        {library + L"\\409\\win64", {{L"", kModule}}},
+        {L"Interface", {}},
+        {interfaceKey, {{L"", L"ISysInfo"}}},
+        {interfaceKey + L"\\ProxyStubClsid", {{L"", kMarshaler}}},
+        {interfaceKey + L"\\ProxyStubClsid32", {{L"", kMarshaler}}},
+        {interfaceKey + L"\\TypeLib", {{L"", kLibID}, {L"Version", L"1.0"}}},
     });
     EXPECT_EQ(registry.keys, expected);
     EXPECT_TRUE(typeLib.registered);
@@ -100,9 +120,10 @@ TEST_F(ServerRegistrationTest, RegistersAppIDClassAndTypeLibraryAndUnregistersIn
     const std::size_t appID = CallIndex(L"CreateKey HKCR\\AppID\\" + kAppID);
     const std::size_t progID = CallIndex(L"CreateKey HKCR\\" + kProgID + L".1");
     const std::size_t typeLibrary = CallIndex(L"RegisterTypeLib machine");
+    const std::size_t neutral = CallIndex(L"CreateKey HKCR\\" + library + L"\\0\\win64");
     EXPECT_LT(appID, progID);
     EXPECT_LT(progID, typeLibrary);
-    EXPECT_EQ(typeLibrary, registry.calls.size() - 1);
+    EXPECT_LT(typeLibrary, neutral);
 
     // Unregistration leaves the foreign keys.
     registry.calls.clear();
@@ -112,10 +133,12 @@ TEST_F(ServerRegistrationTest, RegistersAppIDClassAndTypeLibraryAndUnregistersIn
     const std::size_t classDeleted = CallIndex(L"DeleteTree HKCR\\CLSID\\" + kClassID);
     const std::size_t progIDDeleted = CallIndex(L"DeleteKey HKCR\\" + kProgID + L".1");
     const std::size_t typeLibraryDeleted = CallIndex(L"UnRegisterTypeLib machine");
+    const std::size_t neutralDeleted = CallIndex(L"DeleteKey HKCR\\" + library + L"\\0\\win64");
     const std::size_t appIDDeleted = CallIndex(L"DeleteKey HKCR\\AppID\\" + kAppID);
     EXPECT_LT(classDeleted, progIDDeleted);
     EXPECT_LT(progIDDeleted, typeLibraryDeleted);
-    EXPECT_LT(typeLibraryDeleted, appIDDeleted);
+    EXPECT_LT(typeLibraryDeleted, neutralDeleted);
+    EXPECT_LT(neutralDeleted, appIDDeleted);
 }
 
 TEST_F(ServerRegistrationTest, PerUserInstallWritesBelowTheUsersClassesAndUninstallRunsEveryStep) {
@@ -128,15 +151,30 @@ TEST_F(ServerRegistrationTest, PerUserInstallWritesBelowTheUsersClassesAndUninst
     EXPECT_EQ(registry.keys.at(
                   {Root::kCurrentUser, userClasses + L"CLSID\\" + kClassID + L"\\InprocServer32"}),
               (FakeRegistry::Values{{L"", kModule}, {L"ThreadingModel", L"Apartment"}}));
-    EXPECT_EQ(registry.calls.back(), L"RegisterTypeLib user");
+    EXPECT_LT(CallIndex(L"RegisterTypeLib user"),
+              CallIndex(L"CreateKey HKCU\\" + userClasses + L"TypeLib\\" + kLibID));
     EXPECT_TRUE(typeLib.registered);
 
-    // The type library's failure is returned, and the AppID key, removed after it, is gone.
+    // A failing type library does not stop the walk, and the result is the last step's: the
+    // AppID key's removal, which succeeds.
     typeLib.unregisterResult = kTypeLibRegistryAccess;
-    EXPECT_EQ(registration.Install(false, RegistrationScope::kPerUser), kTypeLibRegistryAccess);
+    EXPECT_EQ(registration.Install(false, RegistrationScope::kPerUser), ServerRegistration::kOk);
     EXPECT_FALSE(typeLib.registered);
-    EXPECT_EQ(registry.keys.count({Root::kCurrentUser, userClasses + kProgID}), 0u);
-    EXPECT_EQ(registry.keys.count({Root::kCurrentUser, userClasses + L"AppID\\" + kAppID}), 0u);
+    for (const std::wstring& gone :
+         {kProgID, L"CLSID\\" + kClassID, L"TypeLib\\" + kLibID, L"AppID\\" + kAppID}) {
+        EXPECT_EQ(registry.keys.count({Root::kCurrentUser, userClasses + gone}), 0u)
+            << std::string(gone.begin(), gone.end());
+    }
+}
+
+TEST_F(ServerRegistrationTest, UnregistrationReturnsTheApplicationIdentifiersResultOnly) {
+    ASSERT_EQ(registration.Register(RegistrationScope::kMachine), ServerRegistration::kOk);
+    registry.FailOn(L"DeleteKey HKCR\\AppID\\" + kAppID, 5);
+    EXPECT_EQ(registration.Unregister(RegistrationScope::kMachine), kAccessDeniedResult);
+    // Everything before the failing last step was removed all the same.
+    EXPECT_EQ(registry.keys.count({Root::kClassesRoot, L"CLSID\\" + kClassID}), 0u);
+    EXPECT_EQ(registry.keys.count({Root::kClassesRoot, L"TypeLib\\" + kLibID}), 0u);
+    EXPECT_EQ(registry.keys.count({Root::kClassesRoot, L"AppID\\" + kAppID}), 1u);
 }
 
 TEST_F(ServerRegistrationTest, AFailedScriptStopsTheRegistration) {

@@ -37,6 +37,8 @@ class RegistrationScript {
     static bool Expand(const std::wstring& text, const Replacements& replacements,
                        std::wstring& out);
 
+    const std::vector<RegistryKey>& Keys() const { return keys_; }
+
   private:
     // The root and path where a script path lands in the given scope.
     static std::pair<RegistryWriter::Root, std::wstring> Locate(RegistrationScope scope,

@@ -52,6 +52,35 @@ const RegistrationScript& ServerRegistration::ClassScript() {
     return script;
 }
 
+const RegistrationScript& ServerRegistration::TypeLibScript() {
+    // The type-library marshaler's proxy and stub (PSOAInterface).
+    static constexpr wchar_t kMarshaler[] = L"{00020424-0000-0000-C000-000000000046}";
+    static const RegistrationScript script({
+        {L"TypeLib", Removal::kNoRemove, nullptr, nullptr, nullptr},
+        {L"TypeLib\\%LIBID%", Removal::kNone, nullptr, nullptr, nullptr},
+        {L"TypeLib\\%LIBID%\\1.0", Removal::kNone, L"DetectionLib 1.0 Type Library", nullptr,
+         nullptr},
+        {L"TypeLib\\%LIBID%\\1.0\\FLAGS", Removal::kNone, L"0", nullptr, nullptr},
+        {L"TypeLib\\%LIBID%\\1.0\\HELPDIR", Removal::kNone, L"%MODULEDIR%", nullptr, nullptr},
+        // Language neutral: where the marshaler of a cross-apartment call looks the library up.
+        {L"TypeLib\\%LIBID%\\1.0\\0", Removal::kNone, nullptr, nullptr, nullptr},
+        {L"TypeLib\\%LIBID%\\1.0\\0\\win64", Removal::kNone, L"%MODULE%", nullptr, nullptr},
+        // The library's own locale (lcid in detection.idl).
+        {L"TypeLib\\%LIBID%\\1.0\\409", Removal::kNone, nullptr, nullptr, nullptr},
+        {L"TypeLib\\%LIBID%\\1.0\\409\\win64", Removal::kNone, L"%MODULE%", nullptr, nullptr},
+        {L"Interface", Removal::kNoRemove, nullptr, nullptr, nullptr},
+        {L"Interface\\%IID%", Removal::kNone, L"ISysInfo", nullptr, nullptr},
+        {L"Interface\\%IID%\\ProxyStubClsid", Removal::kNone, kMarshaler, nullptr, nullptr},
+        {L"Interface\\%IID%\\ProxyStubClsid32", Removal::kNone, kMarshaler, nullptr, nullptr},
+        {L"Interface\\%IID%\\TypeLib", Removal::kNone, L"%LIBID%", L"Version", L"1.0"},
+    });
+    return script;
+}
+
+std::vector<const RegistrationScript*> ServerRegistration::Scripts() {
+    return {&AppIDScript(), &ClassScript(), &TypeLibScript()};
+}
+
 std::uint32_t ServerRegistration::MiscStatus() {
     // The control has no user interface: containers hide it at run time and never give it a
     // window. It wants its client site before the page's parameter tags are loaded; the other
@@ -65,14 +94,24 @@ std::int32_t ServerRegistration::HResultFromWin32(std::int32_t error) {
     return static_cast<std::int32_t>(0x80070000u | (static_cast<std::uint32_t>(error) & 0xFFFFu));
 }
 
-RegistrationScript::Replacements ServerRegistration::Replacements() const {
-    return {{L"MODULE", modulePath_},
+RegistrationScript::Replacements ServerRegistration::Replacements(
+    const std::wstring& modulePath, const std::wstring& moduleFolder) {
+    return {{L"MODULE", modulePath},
+            {L"MODULEDIR", moduleFolder},
             {L"APPID", kDetectionAppID},
             {L"CLSID", kSysInfoClassID},
             {L"LIBID", kDetectionLibID},
+            {L"IID", kSysInfoInterfaceID},
             {L"PROGID", kSysInfoProgID},
             {L"VIPROGID", kSysInfoVersionIndependentProgID},
             {L"OLEMISC", std::to_wstring(MiscStatus())}};
+}
+
+RegistrationScript::Replacements ServerRegistration::Replacements() const {
+    const std::size_t separator = modulePath_.rfind(L'\\');
+    const std::wstring folder =
+        separator == std::wstring::npos ? std::wstring() : modulePath_.substr(0, separator + 1);
+    return Replacements(modulePath_, folder);
 }
 
 std::int32_t ServerRegistration::Register(RegistrationScope scope) {
@@ -81,20 +120,22 @@ std::int32_t ServerRegistration::Register(RegistrationScope scope) {
     if (Failed(result)) return result;
     result = HResultFromWin32(ClassScript().Register(registry_, scope, replacements));
     if (Failed(result)) return result;
-    return typeLib_.Register(scope);
+    result = typeLib_.Register(scope);
+    if (Failed(result)) return result;
+    // The platform registers the library under its own locale only and words FLAGS and HELPDIR
+    // its own way. The script then adds the language-neutral entry and writes every key as the
+    // installer does, so that self-registration and an installed control leave the same keys.
+    return HResultFromWin32(TypeLibScript().Register(registry_, scope, replacements));
 }
 
 std::int32_t ServerRegistration::Unregister(RegistrationScope scope) {
     const RegistrationScript::Replacements replacements = Replacements();
-    const std::int32_t results[] = {
-        HResultFromWin32(ClassScript().Unregister(registry_, scope, replacements)),
-        typeLib_.Unregister(scope),
-        HResultFromWin32(AppIDScript().Unregister(registry_, scope, replacements)),
-    };
-    for (const std::int32_t result : results) {
-        if (Failed(result)) return result;
-    }
-    return kOk;
+    // Every step runs whatever the earlier ones gave; only the last step's result counts.
+    ClassScript().Unregister(registry_, scope, replacements);
+    typeLib_.Unregister(scope);
+    // What the platform leaves behind: the language-neutral entry, and the keys kept for it.
+    TypeLibScript().Unregister(registry_, scope, replacements);
+    return HResultFromWin32(AppIDScript().Unregister(registry_, scope, replacements));
 }
 
 std::int32_t ServerRegistration::Install(bool install, RegistrationScope scope) {

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
 #include "control/logic/registration_scope.h"
 #include "control/logic/registration_script.h"
@@ -21,7 +22,8 @@ class ServerRegistration {
 
     // Stops at the first failing step.
     std::int32_t Register(RegistrationScope scope);
-    // Runs every step, so that a half registration is cleaned up too; returns the first failure.
+    // Runs every step, so that a half registration is cleaned up too, and returns the result of
+    // the last one, the application identifier's removal.
     std::int32_t Unregister(RegistrationScope scope);
     // DllInstall: installing undoes a failed registration and returns the registration's result.
     std::int32_t Install(bool install, RegistrationScope scope);
@@ -30,6 +32,15 @@ class ServerRegistration {
     static const RegistrationScript& AppIDScript();
     // The keys of the class and its ProgIDs.
     static const RegistrationScript& ClassScript();
+    // The keys of the type library and its interface, including the language-neutral entry that
+    // the type-library marshaler looks up.
+    static const RegistrationScript& TypeLibScript();
+    // The three scripts in the order registration applies them; an installer writes their keys.
+    static std::vector<const RegistrationScript*> Scripts();
+    // The scripts' placeholders for a module at modulePath inside moduleFolder (which ends in a
+    // backslash, as installers write folders).
+    static RegistrationScript::Replacements Replacements(const std::wstring& modulePath,
+                                                         const std::wstring& moduleFolder);
     // The misc status of the class as registered.
     static std::uint32_t MiscStatus();
 
