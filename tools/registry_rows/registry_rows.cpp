@@ -1,12 +1,14 @@
-// Prints the registry rows of the installer package: the keys that the control's own registration
+// Writes the registry rows of the installer package: the keys that the control's own registration
 // writes, from the same scripts, with the module's path and folder given as the installer's
-// formatted texts (for example [#RigelDetection.dll] and [INSTALLFOLDER]).
+// formatted texts (for example [#RigelDetection.dll] and [INSTALLFOLDER]). Built for and run on
+// the build machine, by the Windows build.
 //
-//     registry_rows MODULE FOLDER
+//     registry_rows MODULE FOLDER OUTPUT
 //
 // One row per line: key, tab, value name ("" for the default value, "*" for a key removed with
-// its subtree), tab, value. Exit code 1 when a row cannot be printed that way, 2 for bad usage.
+// its subtree), tab, value. Exit code 1 when a row cannot be written that way, 2 for bad usage.
 
+#include <fstream>
 #include <iostream>
 #include <string>
 #include <vector>
@@ -35,8 +37,8 @@ std::string Narrow(const std::wstring& text) { return std::string(text.begin(), 
 }  // namespace
 
 int main(int argc, char** argv) {
-    if (argc != 3) {
-        std::cerr << "usage: registry_rows MODULE FOLDER\n";
+    if (argc != 4) {
+        std::cerr << "usage: registry_rows MODULE FOLDER OUTPUT\n";
         return 2;
     }
     const rigel::RegistrationScript::Replacements replacements =
@@ -48,13 +50,20 @@ int main(int argc, char** argv) {
             return 1;
         }
     }
+    std::string text;
     for (const rigel::InstallerRows::Row& row : rows) {
         if (!IsPrintable(row.key) || !IsPrintable(row.name) || !IsPrintable(row.value)) {
             std::cerr << "registry_rows: a row is not printable ASCII: " << Narrow(row.key) << "\n";
             return 1;
         }
-        std::cout << Narrow(row.key) << '\t' << Narrow(row.name) << '\t' << Narrow(row.value)
-                  << '\n';
+        text += Narrow(row.key) + '\t' + Narrow(row.name) + '\t' + Narrow(row.value) + '\n';
+    }
+    std::ofstream output(argv[3], std::ios::binary | std::ios::trunc);
+    output << text;
+    output.close();
+    if (!output) {
+        std::cerr << "registry_rows: cannot write " << argv[3] << "\n";
+        return 1;
     }
     return 0;
 }
