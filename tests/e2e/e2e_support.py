@@ -167,7 +167,9 @@ class Environment:
 
     # -- set-up and tear-down ------------------------------------------------------------------
 
-    def set_up(self):
+    def set_up(self, register=True):
+        """The prefix, the data service and, unless told not to, the DLL registered with
+        regsvr32 (a runner that installs the control itself registers nothing up front)."""
         os.makedirs(self.work, exist_ok=True)
         with open(self.groups_file, "w", encoding="utf-8") as handle:
             json.dump(self.groups, handle)
@@ -180,7 +182,8 @@ class Environment:
         self.script("data-service", "start", str(self.port), self.service_dir,
                     "--groups", self.groups_file)
         unittest.addModuleCleanup(self.stop_service)
-        self.register()
+        if register:
+            self.register()
 
     def take_port(self):
         """Stops the service already on the port, if a folder was named for it, until the end."""
