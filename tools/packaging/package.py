@@ -19,13 +19,13 @@ import json
 import os
 import shutil
 import string
-import subprocess
 import sys
 import tempfile
 import uuid
 from xml.sax.saxutils import quoteattr
 
 import signing
+from command import run
 from packaging_error import PackagingError
 from pe_file import PeError, PeFile
 
@@ -133,10 +133,6 @@ def check_tools():
     missing = [tool for tool in TOOLS if shutil.which(tool) is None]
     if missing:
         raise PackagingError("%s not found: run scripts/bootstrap" % ", ".join(missing))
-
-
-def run(command, what, cwd=None):
-    return signing.run(command, what, cwd=cwd)
 
 
 # -- the packages ----------------------------------------------------------------------------

@@ -6,6 +6,7 @@ import os
 import shutil
 import subprocess
 
+from command import run
 from packaging_error import PackagingError
 
 PFX_VARIABLE = "RIGEL_SIGN_PFX"
@@ -24,16 +25,6 @@ SIGNER_EXTENSIONS = ("basicConstraints=critical,CA:FALSE\n"
 README = ("TEST ONLY. scripts/package made this certificate authority and signing certificate\n"
           "because no release certificate was given (RIGEL_SIGN_PFX). Nothing signed with them\n"
           "is trusted anywhere: never ship such packages, never commit these files.\n")
-
-
-def run(command, failure, cwd=None):
-    """Runs a tool; a failure becomes a PackagingError with the tool's own words after ours."""
-    done = subprocess.run(command, stdin=subprocess.DEVNULL, capture_output=True, text=True,
-                          cwd=cwd)
-    if done.returncode != 0:
-        detail = (done.stderr or done.stdout).strip().splitlines()
-        raise PackagingError(failure + (": " + detail[-1] if detail else ""))
-    return done.stdout
 
 
 class Signer:
@@ -134,7 +125,9 @@ def release_signer(pfx, password, work):
 def test_signer(directory):
     directory = os.path.abspath(directory)
     signer = os.path.join(directory, "signer.crt")
-    if not os.path.isfile(signer) or subprocess.run(
+    complete = all(os.path.isfile(os.path.join(directory, name))
+                   for name in ("ca.crt", "signer.crt", "signer.key"))
+    if not complete or subprocess.run(
             ["openssl", "x509", "-noout", "-checkend", str(RENEW_SECONDS), "-in", signer],
             capture_output=True).returncode != 0:
         make_test_authority(directory)
