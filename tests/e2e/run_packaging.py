@@ -59,8 +59,11 @@ def configured_version():
 
 
 def setUpModule():
-    # A fresh prefix: nothing of an earlier run may be found installed.
-    shutil.rmtree(os.path.join(ENV.work, "prefix"), ignore_errors=True)
+    # A fresh prefix: nothing of an earlier run may be found installed, and no server of an
+    # earlier run may still hold its registry.
+    if os.path.isdir(ENV.prefix):
+        ENV.script("wine-prefix", "stop", ENV.prefix)
+        shutil.rmtree(ENV.prefix)
     package()
     ENV.set_up(register=False)
 
@@ -221,6 +224,7 @@ class Cab(unittest.TestCase):
         cls.registered = ENV.wine("regsvr32", "/s", dll)
         cls.scenario = ENV.run_scenario("installed.js", REFERRER, dll)
         cls.unregistered = ENV.wine("regsvr32", "/u", "/s", dll)
+        cls.class_left = ENV.wine("reg", "query", "HKCR\\CLSID\\" + CLSID)[0] == 0
 
     def test_extracts_to_the_inf_and_the_signed_dll(self):
         self.assertEqual(self.extracted[0], 0, self.extracted[1])
@@ -246,6 +250,7 @@ class Cab(unittest.TestCase):
         self.assertEqual(self.registered[0], 0, self.registered[1])
         assert_detects(self, self.scenario)
         self.assertEqual(self.unregistered[0], 0, self.unregistered[1])
+        self.assertFalse(self.class_left)
 
 
 class MsiInstall(unittest.TestCase):
