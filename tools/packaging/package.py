@@ -232,7 +232,13 @@ def replace_dist(stage, dist):
     if os.path.exists(dist):
         old = tempfile.mkdtemp(prefix=".dist-old-", dir=os.path.dirname(dist))
         os.rename(dist, os.path.join(old, "dist"))
-    os.rename(stage, dist)
+    try:
+        os.rename(stage, dist)
+    except OSError:
+        if old:
+            os.rename(os.path.join(old, "dist"), dist)
+            os.rmdir(old)
+        raise
     if old:
         shutil.rmtree(old)
 
@@ -267,7 +273,7 @@ def main(argv=None):
     options = parser.parse_args(argv)
     try:
         build, signer = package(options.build_dir, options.dist, options.signing_dir, os.environ)
-    except PackagingError as error:
+    except (PackagingError, OSError) as error:
         print("package: %s" % error, file=sys.stderr)
         return 1
     print("Packaged version %s (data service %s), signed with %s:"
