@@ -33,7 +33,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     }
 
     const rigel::SiteLock lock(list);
-    const rigel::SiteLock::Verdict verdict = lock.Judge(address);
+    const rigel::SiteLock::Verdict verdict = lock.Judge(rigel::HostingPage{address});
     if (verdict.allowed == !verdict.reason.empty()) __builtin_trap();
     if (verdict.allowed && lock.Locks()) {
         // Only a page with a host and no user name or password can be allowed, by a listed site.

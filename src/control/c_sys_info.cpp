@@ -9,7 +9,7 @@
 #include "control/logic/sys_info_dispid.h"
 #include "control/unique_bstr.h"
 #include "control/unique_variant.h"
-#include "control/win32_site_url.h"
+#include "control/win32_hosting_page.h"
 #include "core/decimal_text.h"
 #include "core/exception.h"
 #include "core/group_id.h"
@@ -70,15 +70,15 @@ const SiteLock& BuiltSiteLock() {
 
 // Without a list of allowed sites any page may script the control. With one, a page may only
 // when its address is on the list: the control is meant to serve its own sites' pages, not to be
-// scripted by any page that embeds it. A host that gives the control no site (a script host, an
-// automation client) is no page and is always permitted.
+// scripted by any page that embeds it. A host that gives the control no site, or a site with no
+// page behind it (a script host, an automation client), is always permitted.
 // A page whose address cannot even be judged (out of memory) is refused.
 bool CSysInfo::Permitted() noexcept {
     if (!site_) return true;
     try {
         const SiteLock& lock = BuiltSiteLock();
         if (!lock.Locks()) return true;
-        const SiteLock::Verdict verdict = lock.Judge(Win32SiteUrl::Read(site_.Get()));
+        const SiteLock::Verdict verdict = lock.Judge(Win32HostingPage::Find(site_.Get()));
         if (!verdict.allowed && !refusalLogged_) {
             refusalLogged_ = true;
             Log::Instance().Line(Log::kError, verdict.reason);

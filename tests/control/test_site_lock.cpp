@@ -77,7 +77,7 @@ const RefusedPage kRefused[] = {
      L"Site lock: the hosting page's address carries a user name or password" + kInactive},
     {"a browser without an address", Route::kBrowser, std::nullopt,
      L"Site lock: the hosting page's address cannot be read" + kInactive},
-    {"a site with neither browser nor document", Route::kNeither, L"https://pages.example.com/",
+    {"a document without an address", Route::kDocument, std::nullopt,
      L"Site lock: the hosting page's address cannot be read" + kInactive},
     {"an address without a host", Route::kDocument, L"about:blank",
      L"Site lock: the hosting page's address names no host that a site can match" + kInactive},
@@ -161,6 +161,8 @@ TEST_F(SiteLockTest, AnAllowedPageScriptsTheControlAsIfThereWereNoLock) {
         {"the listed host", Route::kBrowser, L"https://pages.example.com/detect.html?x=1"},
         {"a subdomain of the pattern", Route::kBrowser, L"http://a.b.rigel.test:8080/page"},
         {"the listed host in a document", Route::kDocument, L"https://Pages.Example.com/"},
+        // A script engine's site, as cscript's is: no page stands behind it.
+        {"a site with neither browser nor document", Route::kNeither, L"https://evil.example.net/"},
     };
     for (const auto& page : allowed) {
         SCOPED_TRACE(page.what);

@@ -73,27 +73,26 @@ struct Judged {
     std::wstring reason;
 };
 
-Judged Judge(const SiteLock& lock, const std::optional<std::wstring>& url) {
-    const SiteLock::Verdict verdict = lock.Judge(url);
-    return {verdict.allowed, verdict.site, verdict.reason};
-}
+// A page at the address, or one without an address when there is none.
+HostingPage PageAt(const std::optional<std::wstring>& address) { return HostingPage{address}; }
 
-void ExpectVerdict(const SiteLock& lock, const std::optional<std::wstring>& url,
+void ExpectVerdict(const SiteLock& lock, const std::optional<HostingPage>& page,
                    const Judged& expected) {
-    const Judged judged = Judge(lock, url);
-    const std::wstring shown = url ? *url : L"(no address)";
-    EXPECT_EQ(judged.allowed, expected.allowed) << shown;
-    EXPECT_EQ(judged.site, expected.site) << shown;
-    EXPECT_EQ(judged.reason, expected.reason) << shown;
+    const SiteLock::Verdict verdict = lock.Judge(page);
+    const std::wstring shown = !page           ? L"(no page)"
+                               : page->address ? *page->address
+                                               : L"(a page without address)";
+    EXPECT_EQ(verdict.allowed, expected.allowed) << shown;
+    EXPECT_EQ(verdict.site, expected.site) << shown;
+    EXPECT_EQ(verdict.reason, expected.reason) << shown;
 }
 
 TEST(SiteLock, AnEmptyListLetsEveryPageScriptTheControl) {
     for (const wchar_t* list : {L"", L" , ,\t"}) {
         const SiteLock lock(list);
         EXPECT_FALSE(lock.Locks());
-        ExpectVerdict(lock, std::nullopt, {true, std::nullopt, L""});
-        ExpectVerdict(lock, std::wstring(L"https://user:pw@anywhere.net/"),
-                      {true, std::nullopt, L""});
+        ExpectVerdict(lock, PageAt(std::nullopt), {true, std::nullopt, L""});
+        ExpectVerdict(lock, PageAt(L"https://user:pw@anywhere.net/"), {true, std::nullopt, L""});
     }
 }
 
@@ -113,7 +112,9 @@ TEST(SiteLock, TheFirstSiteWhoseSchemeAndHostMatchAllowsThePage) {
         {L"http://x.rigel.test/", 2},
         {L"http://deep.x.rigel.test/", 2},
     };
-    for (const auto& c : allowed) ExpectVerdict(lock, std::wstring(c.url), {true, c.site, L""});
+    for (const auto& c : allowed) ExpectVerdict(lock, PageAt(c.url), {true, c.site, L""});
+    // A script host or an automation client is no page: the list does not concern it.
+    ExpectVerdict(lock, std::nullopt, {true, std::nullopt, L""});
 }
 
 TEST(SiteLock, EveryOtherPageIsRefusedWithItsReason) {
@@ -152,7 +153,9 @@ TEST(SiteLock, EveryOtherPageIsRefusedWithItsReason) {
          L"allowed site" +
              inactive},
     };
-    for (const auto& c : refused) ExpectVerdict(lock, c.url, {false, std::nullopt, c.reason});
+    for (const auto& c : refused) {
+        ExpectVerdict(lock, PageAt(c.url), {false, std::nullopt, c.reason});
+    }
 }
 
 TEST(SiteLock, MalformedSitesMatchNothingButStillLock) {
@@ -160,13 +163,13 @@ TEST(SiteLock, MalformedSitesMatchNothingButStillLock) {
         L"example.com,https://example.com/,https://example.com:443,https://u@example.com,"
         L"https://*example.com,https://*.,*.example.com,https://example.com");
     EXPECT_TRUE(lock.Locks());
-    ExpectVerdict(lock, std::wstring(L"https://example.com/"), {true, 7, L""});
+    ExpectVerdict(lock, PageAt(L"https://example.com/"), {true, 7, L""});
     for (const wchar_t* url : {L"https://www.example.com/", L"https://u@example.com/"}) {
-        EXPECT_FALSE(lock.Judge(std::wstring(url)).allowed) << url;
+        EXPECT_FALSE(lock.Judge(PageAt(url)).allowed) << url;
     }
     const SiteLock nothing(L"not a site");
     EXPECT_TRUE(nothing.Locks());
-    EXPECT_FALSE(nothing.Judge(std::wstring(L"https://example.com/")).allowed);
+    EXPECT_FALSE(nothing.Judge(PageAt(L"https://example.com/")).allowed);
 }
 
 }  // namespace

@@ -57,19 +57,20 @@ bool SiteLock::Matches(const Site& site, const std::wstring& scheme, const std::
            host.compare(host.size() - suffix.size(), suffix.size(), suffix) == 0;
 }
 
-SiteLock::Verdict SiteLock::Judge(const std::optional<std::wstring>& pageUrl) const {
+SiteLock::Verdict SiteLock::Judge(const std::optional<HostingPage>& hostingPage) const {
     Verdict verdict;
-    if (!locks_) {
+    if (!locks_ || !hostingPage) {
         verdict.allowed = true;
         return verdict;
     }
     // The address itself may carry a password or a token: only its scheme and host are told.
-    if (!pageUrl) {
+    const std::optional<std::wstring>& address = hostingPage->address;
+    if (!address) {
         verdict.reason =
             std::wstring(L"Site lock: the hosting page's address cannot be read") + kInactive;
         return verdict;
     }
-    const std::optional<PageUrl> page = PageUrl::Parse(*pageUrl);
+    const std::optional<PageUrl> page = PageUrl::Parse(*address);
     if (!page) {
         verdict.reason = std::wstring(
                              L"Site lock: the hosting page's address names no host that a site can "

@@ -5,12 +5,15 @@
 #include <string>
 #include <vector>
 
+#include "control/logic/hosting_page.h"
+
 namespace rigel {
 
 // The pages that may script the control, built in as a comma-separated list of sites: a scheme
 // and either an exact host ("https://www.example.com") or "*." and a domain for the domain's
 // subdomains ("https://*.example.com"). Sites are tried in order and the first that matches
-// allows the page. An empty list lets every page script the control.
+// allows the page. An empty list lets every page script the control; a host that is no page (a
+// script host, an automation client) is never refused.
 class SiteLock {
   public:
     struct Verdict {
@@ -27,8 +30,8 @@ class SiteLock {
     // matches it.
     bool Locks() const { return locks_; }
 
-    // Judges the address of the hosting page; nothing when it could not be read.
-    Verdict Judge(const std::optional<std::wstring>& pageUrl) const;
+    // Judges the page that hosts the control; nothing when no page does.
+    Verdict Judge(const std::optional<HostingPage>& page) const;
 
   private:
     struct Site {
