@@ -305,8 +305,9 @@ TEST_F(SysInfoObject, WithoutAListOfAllowedSitesAnyPageMayScriptIt) {
     EXPECT_EQ(safety->SetInterfaceSafetyOptions(IID_IDispatch, 1, 1), S_OK);
     EXPECT_EQ(Get(&ISysInfo::get_Version), L"4.5.22.0");
     EXPECT_EQ(site.browser.references, 0u) << "the page's address is not even read";
-    EXPECT_FALSE(log.Logged(L"Site lock: the hosting page's address carries a user name or "
-                            L"password; the control stays inactive."));
+    EXPECT_FALSE(
+        log.Logged(L"Site lock: the hosting page's address carries a user name or "
+                   L"password; the control stays inactive."));
     ASSERT_EQ(withSite->SetSite(nullptr), S_OK);
     EXPECT_EQ(site.references, 0u);
 }
