@@ -182,6 +182,27 @@ inline std::wstring GuidText(REFGUID guid) {
     return text;
 }
 
+// What an object's IObjectSafety reports for an interface.
+struct Safety {
+    DWORD supported = 0;
+    DWORD enabled = 0;
+    bool operator==(const Safety& other) const {
+        return supported == other.supported && enabled == other.enabled;
+    }
+};
+
+inline Safety SafetyOf(const ComPtr<ISysInfo>& object, REFIID iid = IID_IDispatch) {
+    Safety safety;
+    EXPECT_EQ(As<IObjectSafety>(object)->GetInterfaceSafetyOptions(iid, &safety.supported,
+                                                                   &safety.enabled),
+              S_OK);
+    return safety;
+}
+
+inline HRESULT SetSafety(const ComPtr<ISysInfo>& object, DWORD mask, DWORD enabled) {
+    return As<IObjectSafety>(object)->SetInterfaceSafetyOptions(IID_IDispatch, mask, enabled);
+}
+
 // Runs the program's tests in a single-threaded apartment, with the control's log captured.
 inline int RunControlClientTests(int argc, char** argv) {
     ::testing::InitGoogleTest(&argc, argv);

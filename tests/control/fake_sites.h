@@ -44,7 +44,22 @@ inline HRESULT AddressOut(const std::optional<std::wstring>& address, BSTR* out)
     return *out != nullptr ? S_OK : E_OUTOFMEMORY;
 }
 
-class FakeWebBrowser final : public IWebBrowser2 {
+// A dual interface whose dispatch half the control never uses.
+template <typename Interface>
+class WithoutDispatch : public Interface {
+  public:
+    STDMETHODIMP GetTypeInfoCount(UINT*) override { return E_NOTIMPL; }
+    STDMETHODIMP GetTypeInfo(UINT, LCID, ITypeInfo**) override { return E_NOTIMPL; }
+    STDMETHODIMP GetIDsOfNames(REFIID, LPOLESTR*, UINT, LCID, DISPID*) override {
+        return E_NOTIMPL;
+    }
+    STDMETHODIMP Invoke(DISPID, REFIID, LCID, WORD, DISPPARAMS*, VARIANT*, EXCEPINFO*,
+                        UINT*) override {
+        return E_NOTIMPL;
+    }
+};
+
+class FakeWebBrowser final : public WithoutDispatch<IWebBrowser2> {
   public:
     std::optional<std::wstring> address;
     ULONG references = 0;
@@ -61,15 +76,6 @@ class FakeWebBrowser final : public IWebBrowser2 {
     STDMETHODIMP_(ULONG) Release() override { return --references; }
     STDMETHODIMP get_LocationURL(BSTR* url) override { return AddressOut(address, url); }
 
-    STDMETHODIMP GetTypeInfoCount(UINT*) override { return E_NOTIMPL; }
-    STDMETHODIMP GetTypeInfo(UINT, LCID, ITypeInfo**) override { return E_NOTIMPL; }
-    STDMETHODIMP GetIDsOfNames(REFIID, LPOLESTR*, UINT, LCID, DISPID*) override {
-        return E_NOTIMPL;
-    }
-    STDMETHODIMP Invoke(DISPID, REFIID, LCID, WORD, DISPPARAMS*, VARIANT*, EXCEPINFO*,
-                        UINT*) override {
-        return E_NOTIMPL;
-    }
     STDMETHODIMP GoBack() override { return E_NOTIMPL; }
     STDMETHODIMP GoForward() override { return E_NOTIMPL; }
     STDMETHODIMP GoHome() override { return E_NOTIMPL; }
@@ -162,7 +168,7 @@ class FakeBrowserSite final : public IServiceProvider {
     ULONG references = 0;
 };
 
-class FakeDocument final : public IHTMLDocument2, public IOleContainer {
+class FakeDocument final : public WithoutDispatch<IHTMLDocument2>, public IOleContainer {
   public:
     std::optional<std::wstring> address;
     ULONG references = 0;
@@ -188,15 +194,6 @@ class FakeDocument final : public IHTMLDocument2, public IOleContainer {
     STDMETHODIMP EnumObjects(DWORD, IEnumUnknown**) override { return E_NOTIMPL; }
     STDMETHODIMP LockContainer(BOOL) override { return E_NOTIMPL; }
 
-    STDMETHODIMP GetTypeInfoCount(UINT*) override { return E_NOTIMPL; }
-    STDMETHODIMP GetTypeInfo(UINT, LCID, ITypeInfo**) override { return E_NOTIMPL; }
-    STDMETHODIMP GetIDsOfNames(REFIID, LPOLESTR*, UINT, LCID, DISPID*) override {
-        return E_NOTIMPL;
-    }
-    STDMETHODIMP Invoke(DISPID, REFIID, LCID, WORD, DISPPARAMS*, VARIANT*, EXCEPINFO*,
-                        UINT*) override {
-        return E_NOTIMPL;
-    }
     STDMETHODIMP get_Script(IDispatch**) override { return E_NOTIMPL; }
     STDMETHODIMP get_all(IHTMLElementCollection**) override { return E_NOTIMPL; }
     STDMETHODIMP get_body(IHTMLElement**) override { return E_NOTIMPL; }

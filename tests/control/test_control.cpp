@@ -297,12 +297,8 @@ TEST_F(SysInfoObject, WithoutAListOfAllowedSitesAnyPageMayScriptIt) {
     const ComPtr<IObjectWithSite> withSite = As<IObjectWithSite>(object);
     ASSERT_EQ(withSite->SetSite(&site), S_OK);
     const LogCapture log;
-    const ComPtr<IObjectSafety> safety = As<IObjectSafety>(object);
-    DWORD supported = 0;
-    DWORD enabled = 0;
-    ASSERT_EQ(safety->GetInterfaceSafetyOptions(IID_IDispatch, &supported, &enabled), S_OK);
-    EXPECT_EQ(supported, 3u);
-    EXPECT_EQ(safety->SetInterfaceSafetyOptions(IID_IDispatch, 1, 1), S_OK);
+    EXPECT_EQ(SafetyOf(object).supported, 3u);
+    EXPECT_EQ(SetSafety(object, 1, 1), S_OK);
     EXPECT_EQ(Get(&ISysInfo::get_Version), L"4.5.22.0");
     EXPECT_EQ(site.browser.references, 0u) << "the page's address is not even read";
     EXPECT_FALSE(

@@ -11,20 +11,12 @@
 #include "control/unique_bstr.h"
 #include "control_client.h"
 #include "fake_sites.h"
-#include "service/web_service.h"
+#include "support/service_request.h"
 
 namespace rigel {
 namespace {
 
-std::wstring Service(const wchar_t* verb, const wchar_t* path) {
-    WebService request;
-    request.SetVerb(verb);
-    request.SetPath(path);
-    request.Call();
-    return request.GetResult();
-}
-
-std::wstring Journal() { return Service(L"GET", L"/_admin/requests"); }
+std::wstring Journal() { return test::ServiceRequest(L"GET", L"/_admin/requests"); }
 
 enum class Route { kBrowser, kDocument, kNeither };
 
@@ -93,7 +85,7 @@ class SiteLockTest : public ::testing::Test {
         Put(unsited, &ISysInfo::put_Logging, L"7");
         Put(unsited, &ISysInfo::put_Debug, L"0");
         Put(unsited, &ISysInfo::put_ReferrerID, L"site-lock");
-        Service(L"POST", L"/_admin/reset");
+        test::ServiceRequest(L"POST", L"/_admin/reset");
     }
 
     ComPtr<ISysInfo> unsited = NewSysInfo();
@@ -108,14 +100,9 @@ TEST_F(SiteLockTest, ARefusedPageGetsEmptyResultsChangesNothingAndSendsNothing) 
         ASSERT_EQ(withSite->SetSite(sites.For(page.route)), S_OK);
         const LogCapture log;
 
-        const ComPtr<IObjectSafety> safety = As<IObjectSafety>(object);
-        DWORD supported = 9;
-        DWORD enabled = 9;
-        EXPECT_EQ(safety->GetInterfaceSafetyOptions(IID_IDispatch, &supported, &enabled), S_OK);
-        EXPECT_EQ(supported, 0u);
-        EXPECT_EQ(enabled, 0u);
-        EXPECT_EQ(safety->SetInterfaceSafetyOptions(IID_IDispatch, 1, 1), E_FAIL);
-        EXPECT_EQ(safety->SetInterfaceSafetyOptions(IID_IDispatch, 3, 0), S_OK);
+        EXPECT_EQ(SafetyOf(object), (Safety{0, 0}));
+        EXPECT_EQ(SetSafety(object, 1, 1), E_FAIL);
+        EXPECT_EQ(SetSafety(object, 3, 0), S_OK);
 
         for (auto setter : {&ISysInfo::put_Logging, &ISysInfo::put_ReferrerID,
                             &ISysInfo::put_SessionID, &ISysInfo::put_UserID, &ISysInfo::put_Debug,
@@ -172,13 +159,8 @@ TEST_F(SiteLockTest, AnAllowedPageScriptsTheControlAsIfThereWereNoLock) {
         ASSERT_EQ(withSite->SetSite(sites.For(page.route)), S_OK);
         const LogCapture log;
 
-        const ComPtr<IObjectSafety> safety = As<IObjectSafety>(object);
-        EXPECT_EQ(safety->SetInterfaceSafetyOptions(IID_IDispatch, 3, 3), S_OK);
-        DWORD supported = 0;
-        DWORD enabled = 0;
-        EXPECT_EQ(safety->GetInterfaceSafetyOptions(IID_IDispatch, &supported, &enabled), S_OK);
-        EXPECT_EQ(supported, 3u);
-        EXPECT_EQ(enabled, 3u);
+        EXPECT_EQ(SetSafety(object, 3, 3), S_OK);
+        EXPECT_EQ(SafetyOf(object), (Safety{3, 3}));
         EXPECT_EQ(Get(object, &ISysInfo::get_Version), L"4.5.22.0");
         Put(object, &ISysInfo::put_UserID, L"allowed");
         EXPECT_EQ(Get(unsited, &ISysInfo::get_UserID), L"allowed");
@@ -200,12 +182,7 @@ TEST_F(SiteLockTest, AnAllowedPageAndAClientWithoutSiteDetectAndReport) {
     EXPECT_NE(journal.find(L"/SystemInformation/?refid=adapter"), std::wstring::npos);
 
     EXPECT_EQ(Get(unsited, &ISysInfo::get_SysInfo), report);
-    DWORD supported = 0;
-    DWORD enabled = 0;
-    EXPECT_EQ(
-        As<IObjectSafety>(unsited)->GetInterfaceSafetyOptions(IID_IDispatch, &supported, &enabled),
-        S_OK);
-    EXPECT_EQ(supported, 3u);
+    EXPECT_EQ(SafetyOf(unsited).supported, 3u);
 }
 
 }  // namespace

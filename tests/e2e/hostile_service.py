@@ -15,7 +15,6 @@ import http.server
 import random
 import socket
 import sys
-import threading
 import time
 
 GROUP_LIST_PATH = "/Data/Service.svc/Group/list"
@@ -240,14 +239,8 @@ def main(argv=None):
     options = parser.parse_args(argv)
     server = HostileService(options.port, options.mode, options.hold)
     print("listening on 127.0.0.1:%d" % server.server_address[1], flush=True)
-    thread = threading.Thread(target=server.serve_forever, daemon=True)
-    thread.start()
-    try:
-        thread.join()
-    except KeyboardInterrupt:
-        pass
-    finally:
-        server.server_close()
+    with server:
+        server.serve_forever()
     return 0
 
 

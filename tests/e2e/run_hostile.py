@@ -383,8 +383,8 @@ TABLE = [
 
 
 def print_table():
-    print("| The server ... | The first SysInfo | Analysis | Values | Peak memory |")
-    print("|---|---|---|---|---|")
+    print("| The server ... | The first SysInfo | Analysis | Values | Download speed | Peak memory |")
+    print("|---|---|---|---|---|---|")
     for text, mode, analysis in TABLE:
         measured = Measured(mode, analysis=analysis, timeout=TABLE_SCENARIO_SECONDS)
         if measured.returned:
@@ -398,8 +398,9 @@ def print_table():
                 "empty" if not measured.results.get("analysis") else "answered")
                 if "ms.analysis" in measured.results else "never returns")
         values = "%d values" % len(measured.values) if measured.values else "empty report"
-        print("| %s | %s | %s | %s | %.0f MB |" % (text, first, later, values, measured.peak_mb),
-              flush=True)
+        print("| %s | %s | %s | %s | %s | %.0f MB |" % (
+            text, first, later, values, measured.values.get(DOWNLOAD_SPEED, "-"),
+            measured.peak_mb), flush=True)
 
 
 def bind(env, options):
