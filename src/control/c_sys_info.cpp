@@ -5,9 +5,11 @@
 
 #include "control/c_detection_module.h"
 #include "control/logic/parameter_tags.h"
+#include "control/logic/site_lock.h"
 #include "control/logic/sys_info_dispid.h"
 #include "control/unique_bstr.h"
 #include "control/unique_variant.h"
+#include "control/win32_hosting_page.h"
 #include "core/decimal_text.h"
 #include "core/exception.h"
 #include "core/group_id.h"
@@ -58,7 +60,45 @@ std::wstring Widen(const char* text) {
 
 void LogCaught() { Log::Instance().Line(Log::kError, L"Caught exception."); }
 
+// The sites whose pages may script the control, as this build was configured.
+const SiteLock& BuiltSiteLock() {
+    static const SiteLock lock(Widen(RIGEL_ALLOWED_SITES));
+    return lock;
+}
+
 }  // namespace
+
+// Without a list of allowed sites any page may script the control. With one, a page may only
+// when its address is on the list: the control is meant to serve its own sites' pages, not to be
+// scripted by any page that embeds it. A host that gives the control no site, or a site with no
+// page behind it (a script host, an automation client), is always permitted.
+// A page whose address cannot even be judged (out of memory) is refused.
+bool CSysInfo::Permitted() noexcept {
+    if (!site_) return true;
+    try {
+        const SiteLock& lock = BuiltSiteLock();
+        if (!lock.Locks()) return true;
+        const SiteLock::Verdict verdict = lock.Judge(Win32HostingPage::Find(site_.Get()));
+        if (!verdict.allowed && !refusalLogged_) {
+            refusalLogged_ = true;
+            Log::Instance().Line(Log::kError, verdict.reason);
+        }
+        return verdict.allowed;
+    } catch (...) {
+        return false;
+    }
+}
+
+template <typename Body>
+HRESULT CSysInfo::Scripted(BSTR* pVal, Body&& body) {
+    return Guarded([&] {
+        if (Permitted()) {
+            body();
+        } else {
+            Write(pVal, std::wstring());
+        }
+    });
+}
 
 HRESULT CSysInfo::Create(IUnknown* outer, REFIID iid, void** object) {
     if (object == nullptr) return E_POINTER;
@@ -161,7 +201,7 @@ STDMETHODIMP CSysInfo::Invoke(DISPID dispid, REFIID iid, LCID, WORD flags, DISPP
 // ---- ISysInfo -------------------------------------------------------------------------------
 
 STDMETHODIMP CSysInfo::get_Analysis(BSTR id, BSTR format, BSTR schema, BSTR* pVal) {
-    return Guarded([&] {
+    return Scripted(pVal, [&] {
         ScopeTrace trace(L"CSysInfo::get_Analysis");
         Detect();
         try {
@@ -182,11 +222,11 @@ STDMETHODIMP CSysInfo::get_Analysis(BSTR id, BSTR format, BSTR schema, BSTR* pVa
 }
 
 STDMETHODIMP CSysInfo::get_Logging(BSTR* pVal) {
-    return Guarded([&] { Write(pVal, std::to_wstring(Log::Instance().GetLevel())); });
+    return Scripted(pVal, [&] { Write(pVal, std::to_wstring(Log::Instance().GetLevel())); });
 }
 
 STDMETHODIMP CSysInfo::put_Logging(BSTR value) {
-    return Guarded([&] {
+    return Scripted(nullptr, [&] {
         ScopeTrace trace(L"CSysInfo::put_Logging");
         try {
             const std::int32_t level = ParseSignedDecimal(Text(value));
@@ -199,27 +239,27 @@ STDMETHODIMP CSysInfo::put_Logging(BSTR value) {
 }
 
 STDMETHODIMP CSysInfo::get_ReferrerID(BSTR* pVal) {
-    return Guarded([&] { Write(pVal, System::Instance().GetReferrerID()); });
+    return Scripted(pVal, [&] { Write(pVal, System::Instance().GetReferrerID()); });
 }
 
 STDMETHODIMP CSysInfo::put_ReferrerID(BSTR value) {
-    return Guarded([&] {
+    return Scripted(nullptr, [&] {
         ScopeTrace trace(L"CSysInfo::put_ReferrerID");
         System::Instance().SetReferrerID(Text(value));
     });
 }
 
 STDMETHODIMP CSysInfo::get_SessionID(BSTR* pVal) {
-    return Guarded([&] { Write(pVal, System::Instance().GetSessionID()); });
+    return Scripted(pVal, [&] { Write(pVal, System::Instance().GetSessionID()); });
 }
 
 STDMETHODIMP CSysInfo::put_SessionID(BSTR value) {
-    return Guarded([&] { System::Instance().SetSessionID(Text(value)); });
+    return Scripted(nullptr, [&] { System::Instance().SetSessionID(Text(value)); });
 }
 
 STDMETHODIMP CSysInfo::get_System(BSTR, BSTR* pVal) {
     HRESULT result = S_OK;
-    const HRESULT guarded = Guarded([&] {
+    const HRESULT guarded = Scripted(pVal, [&] {
         ScopeTrace trace(L"CSysInfo::get_System");
         result = get_SysInfo(pVal);
     });
@@ -227,19 +267,19 @@ STDMETHODIMP CSysInfo::get_System(BSTR, BSTR* pVal) {
 }
 
 STDMETHODIMP CSysInfo::get_UserID(BSTR* pVal) {
-    return Guarded([&] { Write(pVal, System::Instance().GetUserID()); });
+    return Scripted(pVal, [&] { Write(pVal, System::Instance().GetUserID()); });
 }
 
 STDMETHODIMP CSysInfo::put_UserID(BSTR value) {
-    return Guarded([&] { System::Instance().SetUserID(Text(value)); });
+    return Scripted(nullptr, [&] { System::Instance().SetUserID(Text(value)); });
 }
 
 STDMETHODIMP CSysInfo::get_Version(BSTR* pVal) {
-    return Guarded([&] { Write(pVal, System::GetVersion()); });
+    return Scripted(pVal, [&] { Write(pVal, System::GetVersion()); });
 }
 
 STDMETHODIMP CSysInfo::Detect() {
-    return Guarded([] {
+    return Scripted(nullptr, [] {
         // A detection run is always logged in full (the log caps the level at its maximum).
         Log::Instance().SetLevel(99);
         ScopeTrace trace(L"CSysInfo::Detect");
@@ -252,7 +292,7 @@ STDMETHODIMP CSysInfo::Detect() {
 }
 
 STDMETHODIMP CSysInfo::get_Value(BSTR id, BSTR* pVal) {
-    return Guarded([&] {
+    return Scripted(pVal, [&] {
         Detect();
         try {
             const SystemValueID valueID(GroupID(Text(id)), 0);
@@ -264,7 +304,7 @@ STDMETHODIMP CSysInfo::get_Value(BSTR id, BSTR* pVal) {
 }
 
 STDMETHODIMP CSysInfo::get_SysInfo(BSTR* pVal) {
-    return Guarded([&] {
+    return Scripted(pVal, [&] {
         ScopeTrace trace(L"CSysInfo::get_SysInfo");
         std::wstring report;
         try {
@@ -282,15 +322,15 @@ STDMETHODIMP CSysInfo::get_SysInfo(BSTR* pVal) {
 STDMETHODIMP CSysInfo::put_SysInfo(BSTR) { return S_OK; }
 
 STDMETHODIMP CSysInfo::get_Debug(BSTR* pVal) {
-    return Guarded([&] { Write(pVal, System::Instance().IsDebug() ? L"1" : L"0"); });
+    return Scripted(pVal, [&] { Write(pVal, System::Instance().IsDebug() ? L"1" : L"0"); });
 }
 
 STDMETHODIMP CSysInfo::put_Debug(BSTR value) {
-    return Guarded([&] { System::Instance().SetDebug(Text(value)); });
+    return Scripted(nullptr, [&] { System::Instance().SetDebug(Text(value)); });
 }
 
 STDMETHODIMP CSysInfo::Configure(BSTR val) {
-    return Guarded([&] {
+    return Scripted(nullptr, [&] {
         ScopeTrace trace(L"CSysInfo::Configure");
         // One text may carry both the configuration tags and a groups configuration.
         const std::wstring configuration = Text(val);
@@ -301,17 +341,18 @@ STDMETHODIMP CSysInfo::Configure(BSTR val) {
 }
 
 STDMETHODIMP CSysInfo::get_ComputerID(BSTR* pVal) {
-    return Guarded([&] { Write(pVal, System::Instance().GetComputerID()); });
+    return Scripted(pVal, [&] { Write(pVal, System::Instance().GetComputerID()); });
 }
 
 STDMETHODIMP CSysInfo::put_ComputerID(BSTR value) {
-    return Guarded([&] { System::Instance().SetComputerID(Text(value)); });
+    return Scripted(nullptr, [&] { System::Instance().SetComputerID(Text(value)); });
 }
 
 // ---- IObjectWithSite ------------------------------------------------------------------------
 
 STDMETHODIMP CSysInfo::SetSite(IUnknown* site) {
     site_ = site;
+    refusalLogged_ = false;
     return S_OK;
 }
 
@@ -333,8 +374,9 @@ STDMETHODIMP CSysInfo::GetInterfaceSafetyOptions(REFIID iid, DWORD* supported, D
         *enabled = 0;
         return result;
     }
-    *supported = SafetyOptions::kSupported;
-    *enabled = safety_.Enabled();
+    const bool permitted = Permitted();
+    *supported = SafetyOptions::Supported(permitted);
+    *enabled = safety_.Enabled(permitted);
     return S_OK;
 }
 
@@ -342,7 +384,7 @@ STDMETHODIMP CSysInfo::SetInterfaceSafetyOptions(REFIID iid, DWORD mask, DWORD e
     Microsoft::WRL::ComPtr<IUnknown> probe;
     const HRESULT result = inner_.QueryInterface(iid, &probe);
     if (FAILED(result)) return result;
-    return safety_.Set(mask, enabled) ? S_OK : E_FAIL;
+    return safety_.Set(mask, enabled, Permitted()) ? S_OK : E_FAIL;
 }
 
 // ---- IPersistPropertyBag --------------------------------------------------------------------

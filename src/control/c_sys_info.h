@@ -98,6 +98,12 @@ class CSysInfo final : public ISysInfo,
     ~CSysInfo();
 
     HRESULT LoadTypeInfo();
+    // Whether the hosting page may script the control (see CSysInfo::Permitted).
+    bool Permitted() noexcept;
+    // Runs a scripting member's body, or, while the site lock keeps the control inactive, leaves
+    // everything as it is and answers with an empty result.
+    template <typename Body>
+    HRESULT Scripted(BSTR* pVal, Body&& body);
     // Applies one parameter tag through the put member of its property.
     void ApplyTag(std::int32_t dispid, const std::wstring& text);
 
@@ -107,6 +113,8 @@ class CSysInfo final : public ISysInfo,
     Microsoft::WRL::ComPtr<IUnknown> site_;
     Microsoft::WRL::ComPtr<ITypeInfo> typeInfo_;
     SafetyOptions safety_;
+    // The site lock's refusal is logged once per site.
+    bool refusalLogged_ = false;
 };
 
 }  // namespace rigel

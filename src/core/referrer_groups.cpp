@@ -1,9 +1,7 @@
 #include "core/referrer_groups.h"
 
 #include <algorithm>
-
-#include <boost/algorithm/string/classification.hpp>
-#include <boost/algorithm/string/split.hpp>
+#include <cstddef>
 
 #include "core/data_service.h"
 #include "core/system.h"
@@ -12,6 +10,7 @@ namespace rigel {
 namespace {
 
 constexpr wchar_t kFormFeed = L'\f';
+constexpr const wchar_t* kSeparators = L"|,";
 
 // The list is on the response's second line; without a line feed the whole text counts.
 std::wstring SecondLine(std::wstring text) {
@@ -35,14 +34,29 @@ bool ReferrerGroups::Load(const std::wstring& referrerID) {
     return false;
 }
 
+// Split at every "|" and ","; a run of separators counts as one, and one at either end leaves an
+// empty piece there. The groups are made piece by piece, so that a long list (the data service
+// may send megabytes of it) costs no more memory than its groups.
 void ReferrerGroups::Parse(std::wstring response) {
-    std::vector<std::wstring> pieces;
-    boost::algorithm::split(pieces, SecondLine(std::move(response)),
-                            boost::algorithm::is_any_of(L"|,"),
-                            boost::algorithm::token_compress_on);
+    const std::wstring line = SecondLine(std::move(response));
+    std::size_t runs = 0;
+    for (std::size_t at = line.find_first_of(kSeparators); at != std::wstring::npos;
+         at = line.find_first_of(kSeparators, line.find_first_not_of(kSeparators, at))) {
+        ++runs;
+    }
     groups.clear();
-    groups.reserve(pieces.size());
-    for (const auto& piece : pieces) groups.emplace_back(piece);
+    groups.reserve(runs + 1);
+    std::size_t start = 0;
+    for (;;) {
+        const std::size_t end = line.find_first_of(kSeparators, start);
+        groups.emplace_back(line.substr(start, end - start));
+        if (end == std::wstring::npos) return;
+        start = line.find_first_not_of(kSeparators, end);
+        if (start == std::wstring::npos) {
+            groups.emplace_back(std::wstring());
+            return;
+        }
+    }
 }
 
 bool ReferrerGroups::IsGroupEnabled(const GroupID& groupID) const {

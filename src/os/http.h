@@ -63,6 +63,9 @@ class Http {
 
     // InternetQueryDataAvailable.
     virtual bool QueryDataAvailable(HInternet request, std::uint32_t& bytesAvailable) = 0;
+
+    // InternetSetOptionW with a 32-bit number, such as a time-out in milliseconds.
+    virtual bool SetOption(HInternet handle, std::uint32_t option, std::uint32_t value) = 0;
 };
 
 }  // namespace rigel::os

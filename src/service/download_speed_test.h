@@ -9,7 +9,8 @@ namespace rigel {
 class DownloadSpeedTest {
   public:
     // Fetches the URL and returns the rate as "<bits per second> bps", or an empty text when the
-    // session or the URL cannot be opened or the transfer breaks off.
+    // session or the URL cannot be opened or the transfer breaks off. Reading stops at the speed
+    // test's budget (NetworkBudgets); the rate is then that of the bytes that arrived.
     static std::wstring Run(const std::wstring& url);
 
     // The rate of a completed download, in bits per second.

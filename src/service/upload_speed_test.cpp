@@ -2,7 +2,9 @@
 
 #include <cstddef>
 
+#include "diag/deadline.h"
 #include "diag/log.h"
+#include "service/network_budgets.h"
 #include "service/web_service_upload.h"
 
 namespace rigel {
@@ -36,9 +38,17 @@ std::uint64_t UploadSpeedTest::Rate(const Sample& large, std::uint64_t fixedCost
 
 std::wstring UploadSpeedTest::Run() {
     Log& log = Log::Instance();
+    const Deadline deadline(NetworkBudgets::Built().speedTestBudget);
     log.Line(Log::kTrace, L"About to do upload speed.");
     const Sample small = Post(std::wstring(kSmallBody, L'x'));
     log.Line(Log::kTrace, L"Done upload speed.");
+    if (deadline.Passed()) {
+        // A link this slow gets no second post: the first one's rate, fixed cost and all, is the
+        // best figure the test's time allows.
+        log.Line(Log::kWarning, L"Upload test stopped at its time budget of ",
+                 deadline.Milliseconds(), L" ms.");
+        return std::to_wstring(Rate(small, 0)) + L" bps";
+    }
 
     log.Line(Log::kTrace, L"About to do upload speed 2.");
     const std::wstring largeBody(kLargeBody, L'x');

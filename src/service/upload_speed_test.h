@@ -16,7 +16,8 @@ class UploadSpeedTest {
     };
 
     // Sends both posts and returns the rate as "<bits per second> bps". Throws the web client's
-    // exception when a post fails.
+    // exception when a post fails. When the first post uses up the speed test's budget
+    // (NetworkBudgets), the second is not sent and the rate is the first one's.
     static std::wstring Run();
 
     // The time a post of zero bytes would take, on the line through the two samples.

@@ -7,6 +7,7 @@
 
 #include <boost/algorithm/string/replace.hpp>
 
+#include "diag/deadline.h"
 #include "diag/log.h"
 #include "diag/scope_trace.h"
 #include "diag/timer.h"
@@ -14,6 +15,8 @@
 #include "os/internet_closer.h"
 #include "os/services.h"
 #include "os/unique_handle.h"
+#include "service/network_budgets.h"
+#include "service/time_outs.h"
 #include "service/utf8.h"
 
 namespace rigel {
@@ -65,18 +68,26 @@ void QueryStatus(os::Http& http, os::HInternet request) {
     }
 }
 
-// Whatever arrived before a failed read is kept.
-std::string ReadBody(os::Http& http, os::HInternet request) {
+// Reads until the reply ends or a read fails; a reply that reaches the cap, or is still arriving
+// when the request's budget is spent, counts as broken off there. Whatever arrived is kept.
+std::string ReadBody(os::Http& http, os::HInternet request, const Deadline& deadline,
+                     std::size_t cap) {
     std::string bytes;
     std::array<std::uint8_t, kReadChunkSize> chunk{};
     for (;;) {
-        std::uint32_t read = 0;
-        if (!http.ReadFile(request, chunk.data(), static_cast<std::uint32_t>(chunk.size()), read) ||
-            read == 0) {
+        if (bytes.size() >= cap) {
+            Log::Instance().Line(Log::kWarning, L"Reply cut at the cap of ", cap, L" bytes.");
             break;
         }
-        bytes.append(reinterpret_cast<const char*>(chunk.data()),
-                     std::min<std::size_t>(read, chunk.size()));
+        if (deadline.Passed()) {
+            Log::Instance().Line(Log::kWarning, L"Reply cut at the time budget of ",
+                                 deadline.Milliseconds(), L" ms.");
+            break;
+        }
+        const auto size = static_cast<std::uint32_t>(std::min(chunk.size(), cap - bytes.size()));
+        std::uint32_t read = 0;
+        if (!http.ReadFile(request, chunk.data(), size, read) || read == 0) break;
+        bytes.append(reinterpret_cast<const char*>(chunk.data()), std::min(read, size));
     }
     return bytes;
 }
@@ -108,6 +119,8 @@ void WebService::ReplaceInBody(const std::wstring& placeholder, const std::wstri
 bool WebService::Call() {
     ScopeTrace trace(L"rigel::WebService::Call");
     Log& log = Log::Instance();
+    const NetworkBudgets& budgets = NetworkBudgets::Built();
+    const Deadline deadline(budgets.requestBudget);
     os::Http& http = *os::Current().http;
     const os::InternetCloser closer(http);
 
@@ -127,6 +140,9 @@ bool WebService::Call() {
                          {L"text/*"}, kRequestFlags),
         closer);
     if (!request) throw std::runtime_error("Can't open Internet request.");
+    // Without time-outs of its own a request to a silent server would wait for ever; one that runs
+    // out of time fails like any other send or read.
+    TimeOuts::Set(http, request.get(), budgets);
 
     Timer timer;
     timer.Start();
@@ -153,7 +169,7 @@ bool WebService::Call() {
     elapsed_ = timer.ElapsedMilliseconds();
 
     QueryStatus(http, request.get());
-    result_ = Utf8::Decode(UpToFirstNul(ReadBody(http, request.get())));
+    result_ = Utf8::Decode(UpToFirstNul(ReadBody(http, request.get(), deadline, budgets.replyCap)));
     bytesReceived_ = 2 * static_cast<std::uint64_t>(result_.size());
 
     log.Line(Log::kTrace, L"Result: ", result_);

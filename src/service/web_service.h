@@ -28,6 +28,8 @@ class WebService {
     // Sends the request and reads the response, whatever its status. True once the send
     // succeeded, even if the response broke off early. Throws std::runtime_error when the session,
     // connection or request cannot be opened or the send fails, after closing what was opened.
+    // Every wait is bounded (NetworkBudgets): a send that times out fails, and a response read
+    // past the reply cap or the request's budget counts as broken off there.
     bool Call();
 
     const std::wstring& GetResult() const { return result_; }

@@ -32,6 +32,7 @@
 #include "service/web_service_system_information.h"
 #include "service/web_service_upload.h"
 #include "support/fake_machine.h"
+#include "support/service_request.h"
 
 namespace rigel {
 namespace {
@@ -83,11 +84,7 @@ struct Recorded {
 
 // Requests to the service's own administration paths, through the same client.
 std::wstring Admin(const wchar_t* verb, const wchar_t* path) {
-    WebService request;
-    request.SetVerb(verb);
-    request.SetPath(path);
-    request.Call();
-    return request.GetResult();
+    return test::ServiceRequest(verb, path);
 }
 
 std::vector<Recorded> Journal() {

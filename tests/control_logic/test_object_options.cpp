@@ -11,20 +11,27 @@
 namespace rigel {
 namespace {
 
-TEST(SafetyOptions, ChangesOnlyTheMaskedSupportedBits) {
+TEST(SafetyOptions, ChangesOnlyTheMaskedSupportedBitsAndNoneOnWhileNotPermitted) {
     SafetyOptions options;
-    EXPECT_EQ(options.Enabled(), 0u);
+    EXPECT_EQ(options.Enabled(true), 0u);
     const struct {
         std::uint32_t mask;
         std::uint32_t enabled;
+        bool permitted;
         bool accepted;
         std::uint32_t after;
-    } steps[] = {{2, 3, true, 2},  {1, 1, true, 3}, {4, 4, false, 3},
-                 {7, 0, false, 3}, {2, 0, true, 1}, {0, 3, true, 1}};
+    } steps[] = {{2, 3, true, true, 2},   {1, 1, true, true, 3},   {4, 4, true, false, 3},
+                 {7, 0, true, false, 3},  {2, 0, true, true, 1},   {0, 3, true, true, 1},
+                 {2, 2, false, false, 1}, {3, 1, false, false, 1}, {1, 0, false, true, 0},
+                 {3, 3, true, true, 3}};
     for (const auto& step : steps) {
-        EXPECT_EQ(options.Set(step.mask, step.enabled), step.accepted) << step.mask;
-        EXPECT_EQ(options.Enabled(), step.after) << step.mask;
+        EXPECT_EQ(options.Set(step.mask, step.enabled, step.permitted), step.accepted) << step.mask;
+        EXPECT_EQ(options.Enabled(true), step.after) << step.mask;
     }
+    // A control its site lock keeps inactive tells its container it is safe for nothing.
+    EXPECT_EQ(options.Enabled(false), 0u);
+    EXPECT_EQ(SafetyOptions::Supported(false), 0u);
+    EXPECT_EQ(SafetyOptions::Supported(true), 3u);
 }
 
 using Applied = std::vector<std::pair<std::int32_t, std::wstring>>;

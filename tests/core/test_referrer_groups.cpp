@@ -33,6 +33,8 @@ TEST_F(ReferrerGroupsTest, TheSecondLineIsSplitAtBarsAndCommas) {
         {L"head\n\f7\f|8\n", {L"7", L"8\n"}},    // form feeds are removed first
         {L"", {L""}},                            // an empty answer holds one empty group
         {L"head\n|5|", {L"", L"5", L""}},        // separators at the ends leave empty pieces
+        {L"head\n,|7||,8,,|", {L"", L"7", L"8", L""}},
+        {L"head\n|,", {L"", L""}},
     };
     for (const auto& [response, texts] : cases) {
         service.groupsResponse = response;

@@ -242,7 +242,10 @@ class Environment:
             out.write(prelude.read() + "\n" + body.read())
         return combined
 
-    def run_scenario(self, script, *args):
+    def run_scenario(self, script, *args, timeout=None):
+        """Runs a scenario under the debugger capture; it is ended after timeout seconds
+        (SCENARIO_TIMEOUT unless given)."""
+        timeout = timeout or SCENARIO_TIMEOUT
         stem = script.replace(".", "_")
         results_file = os.path.join(self.work, stem + ".results")
         log_file = os.path.join(self.work, stem + ".log")
@@ -251,9 +254,9 @@ class Environment:
                 os.remove(path)
         start = time.monotonic()
         code, output = self.wine(self.windows_path(self.capture),
-                         "--timeout=%d" % SCENARIO_TIMEOUT, self.windows_path(log_file),
+                         "--timeout=%d" % timeout, self.windows_path(log_file),
                          "cscript", "//nologo", self.windows_path(self.runnable(script)),
-                         self.windows_path(results_file), *args, timeout=SCENARIO_TIMEOUT + 10)
+                         self.windows_path(results_file), *args, timeout=timeout + 10)
         self.timings.append(("%s (whole run)" % script, (time.monotonic() - start) * 1000))
         results = parse_results(results_file) if os.path.exists(results_file) else {}
         # The messages' own line ends stay as they are.

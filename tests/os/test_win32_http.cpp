@@ -32,6 +32,7 @@ TEST(Win32HttpTest, HandlesReachWinInetAndItsErrorsComeBack) {
         http.OpenRequest(connection, L"POST", L"/x", std::wstring(L"HTTP/1.1"), std::nullopt,
                          {L"text/*"}, 0x84400000);
     ASSERT_NE(request, 0u);
+    EXPECT_TRUE(http.SetOption(request, 6 /* receive time-out */, 1500));
     EXPECT_FALSE(http.SendRequest(request, std::wstring(L"Content-Length: 2"), std::string("ab")));
     EXPECT_EQ(http.LastError(), kCannotConnect);
     for (HInternet handle : {request, connection, session}) EXPECT_TRUE(http.CloseHandle(handle));

@@ -2,8 +2,9 @@
 
 namespace rigel {
 
-bool SafetyOptions::Set(std::uint32_t mask, std::uint32_t enabled) {
+bool SafetyOptions::Set(std::uint32_t mask, std::uint32_t enabled, bool permitted) {
     if ((mask & ~kSupported) != 0) return false;
+    if (!permitted && (mask & enabled) != 0) return false;
     enabled_ = (enabled_ & ~mask) | (enabled & mask);
     return true;
 }

@@ -217,4 +217,15 @@ bool FakeHttp::QueryDataAvailable(HInternet request, std::uint32_t& bytesAvailab
     return true;
 }
 
+bool FakeHttp::SetOption(HInternet handle, std::uint32_t option, std::uint32_t value) {
+    Issued* issued =
+        Find(handle, {Kind::kSession, Kind::kConnection, Kind::kRequest, Kind::kUrl}, L"SetOption");
+    if (issued == nullptr) return false;
+    if (std::find(failingOptions.begin(), failingOptions.end(), option) != failingOptions.end()) {
+        return Fail(kInvalidOption);
+    }
+    exchanges[issued->exchange].options.push_back({handle, option, value});
+    return true;
+}
+
 }  // namespace rigel::os

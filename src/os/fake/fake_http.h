@@ -21,6 +21,8 @@ class FakeHttp : public Http {
     // Error codes as Windows reports them.
     static constexpr std::uint32_t kInvalidHandle = 6;             // ERROR_INVALID_HANDLE
     static constexpr std::uint32_t kInsufficientBuffer = 122;      // ERROR_INSUFFICIENT_BUFFER
+    static constexpr std::uint32_t kTimeout = 12002;               // ERROR_INTERNET_TIMEOUT
+    static constexpr std::uint32_t kInvalidOption = 12009;         // ERROR_INTERNET_INVALID_OPTION
     static constexpr std::uint32_t kIncorrectHandleState = 12019;  // before the send
     static constexpr std::uint32_t kCannotConnect = 12029;         // ERROR_INTERNET_CANNOT_CONNECT
     static constexpr std::uint32_t kConnectionAborted = 12030;     // closed mid-body
@@ -35,6 +37,16 @@ class FakeHttp : public Http {
     };
 
     enum class Step { kNone, kOpenSession, kConnect, kOpenRequest, kSendRequest, kOpenUrl };
+
+    // One option set on a handle.
+    struct Option {
+        HInternet handle = 0;
+        std::uint32_t option = 0;
+        std::uint32_t value = 0;
+        bool operator==(const Option& other) const {
+            return handle == other.handle && option == other.option && value == other.value;
+        }
+    };
 
     // One session and what was asked through it.
     struct Exchange {
@@ -72,6 +84,7 @@ class FakeHttp : public Http {
         std::optional<std::wstring> headers;
         std::optional<std::string> body;
 
+        std::vector<Option> options;            // in the order they were set
         std::vector<std::uint32_t> queries;     // info levels, in order
         std::vector<std::uint32_t> readSizes;   // buffer size of each read
         std::vector<std::uint32_t> readCounts;  // bytes each successful read gave back
@@ -87,6 +100,8 @@ class FakeHttp : public Http {
     std::uint32_t failError = kCannotConnect;
     // Info levels whose query fails with kHeaderNotFound.
     std::vector<std::uint32_t> failingQueries;
+    // Options whose setting fails with kInvalidOption (and is not recorded).
+    std::vector<std::uint32_t> failingOptions;
     // The read after this many successful reads fails with readError.
     std::optional<std::size_t> failReadAfter;
     std::uint32_t readError = kConnectionAborted;
@@ -132,6 +147,7 @@ class FakeHttp : public Http {
     HInternet OpenUrl(HInternet session, const std::wstring& url,
                       const std::optional<std::wstring>& headers, std::uint32_t flags) override;
     bool QueryDataAvailable(HInternet request, std::uint32_t& bytesAvailable) override;
+    bool SetOption(HInternet handle, std::uint32_t option, std::uint32_t value) override;
 
   private:
     enum class Kind { kSession, kConnection, kRequest, kUrl };

@@ -95,4 +95,9 @@ bool Win32Http::QueryDataAvailable(HInternet request, std::uint32_t& bytesAvaila
     return ok != FALSE;
 }
 
+bool Win32Http::SetOption(HInternet handle, std::uint32_t option, std::uint32_t value) {
+    DWORD number = value;
+    return InternetSetOptionW(ToWin32(handle), option, &number, sizeof(number)) != FALSE;
+}
+
 }  // namespace rigel::os

@@ -31,6 +31,7 @@ class Win32Http : public Http {
     HInternet OpenUrl(HInternet session, const std::wstring& url,
                       const std::optional<std::wstring>& headers, std::uint32_t flags) override;
     bool QueryDataAvailable(HInternet request, std::uint32_t& bytesAvailable) override;
+    bool SetOption(HInternet handle, std::uint32_t option, std::uint32_t value) override;
 };
 
 }  // namespace rigel::os
