@@ -41,18 +41,25 @@ void CPU::Run() {
     WMI::Instance().GetCpuInfo(fromWmi);
     CpuInfo fromCpuid;
     CPUID::Instance().GetCpuInfo(fromCpuid);
+    SystemInformation system;
     CpuInfo fromSystem;
-    SystemInformation().GetSystemCpuInfo(fromSystem);
+    system.GetSystemCpuInfo(fromSystem);
     CpuInfo fromRegistry;
     Registry::Instance().GetCpuInfo(fromRegistry);
     StoreIntelEarly({&fromWmi, &fromCpuid, &fromSystem, &fromRegistry});
     const CpuInfo fromDriver = ReadDriver();
 
     CpuInfo merged;
-    for (const CpuInfo* source : std::initializer_list<const CpuInfo*>{
-             &fromCpuid, &fromRegistry, &fromWmi, &fromSystem, &fromDriver}) {
+    for (const CpuInfo* source :
+         std::initializer_list<const CpuInfo*>{&fromCpuid, &fromRegistry, &fromWmi}) {
         Merge(merged, *source);
     }
+    // Detection no longer waits a second for a figure it throws away: the measured clock only
+    // fills a speed that neither the registry's "~MHz" nor WMI's "MaxClockSpeed" gave, and on
+    // Windows the registry always gives one. So the clock is measured only when it is needed.
+    if (!merged.speed.IsValid()) system.GetMeasuredSpeed(fromSystem);
+    Merge(merged, fromSystem);
+    Merge(merged, fromDriver);
     merged.name = CleanName(merged.name);
     Store(merged);
 }
