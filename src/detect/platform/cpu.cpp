@@ -54,9 +54,10 @@ void CPU::Run() {
          std::initializer_list<const CpuInfo*>{&fromCpuid, &fromRegistry, &fromWmi}) {
         Merge(merged, *source);
     }
-    // Detection no longer waits a second for a figure it throws away: the measured clock only
-    // fills a speed that neither the registry's "~MHz" nor WMI's "MaxClockSpeed" gave, and on
-    // Windows the registry always gives one. So the clock is measured only when it is needed.
+    // A page waits for this detection, and the measured clock only ever fills a speed that
+    // neither the registry's "~MHz" nor WMI's "MaxClockSpeed" gave; on Windows the registry
+    // always gives one. So the one-second measurement runs only when no speed came before it:
+    // the stored speed is the one it always was, without the wait.
     if (!merged.speed.IsValid()) system.GetMeasuredSpeed(fromSystem);
     Merge(merged, fromSystem);
     Merge(merged, fromDriver);
