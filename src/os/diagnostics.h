@@ -30,6 +30,9 @@ class Diagnostics {
     static constexpr std::uint16_t kVtBstr = 8;  // VT_BSTR
     static constexpr std::uint16_t kVtUi4 = 19;  // VT_UI4
     static constexpr std::int32_t kOk = 0;       // S_OK
+    // S_FALSE and RPC_E_CHANGED_MODE from CoInitialize: the thread was in an apartment already.
+    static constexpr std::int32_t kFalse = 1;
+    static constexpr std::int32_t kChangedMode = static_cast<std::int32_t>(0x80010106);
     static constexpr std::int32_t kInsufficientBuffer =
         static_cast<std::int32_t>(0x8007007A);  // DXDIAG_E_INSUFFICIENT_BUFFER
     static constexpr std::int32_t kInvalidArgument =

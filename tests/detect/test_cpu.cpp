@@ -21,25 +21,26 @@ constexpr os::HKey kMachine = os::Registry::kLocalMachine;
 const std::wstring kProcessor = L"HARDWARE\\DESCRIPTION\\System\\CentralProcessor\\0";
 const std::wstring kInfinst = L"SOFTWARE\\Intel\\Infinst";
 
+// A processor of the vendor with signature 0x000306C3, whose clock measures 1.8 GHz.
+void Processor(test::FakeMachine& machine, const char* vendor) {
+    std::uint32_t words[3] = {};
+    std::memcpy(words, vendor, 12);
+    machine.cpu.SetLeaf(0, {1, words[0], words[2], words[1]});
+    machine.cpu.SetLeaf(1, {0x000306C3, 0, 0, 0xBFEBFBFF});
+    machine.clock.performanceCounterStep = machine.clock.performanceFrequency;
+    machine.cpu.timeStamps = {0, 1'800'000'000};
+}
+
+void Wmi(test::FakeMachine& machine, const std::wstring& name, std::uint32_t megahertz) {
+    machine.wmi.tables[L"Win32_Processor"] = {{{L"Name", FakeWmi::Text(name)},
+                                               {L"Manufacturer", FakeWmi::Text(L"WmiMaker")},
+                                               {L"MaxClockSpeed", FakeWmi::Unsigned(megahertz)}}};
+}
+
 class CpuTest : public ::testing::Test {
   protected:
-    CpuTest() { Processor("GenuineIntel"); }
+    CpuTest() { Processor(machine, "GenuineIntel"); }
 
-    // A processor of the vendor with signature 0x000306C3, whose clock measures 1.8 GHz.
-    void Processor(const char* vendor) {
-        std::uint32_t words[3] = {};
-        std::memcpy(words, vendor, 12);
-        machine.cpu.SetLeaf(0, {1, words[0], words[2], words[1]});
-        machine.cpu.SetLeaf(1, {0x000306C3, 0, 0, 0xBFEBFBFF});
-        machine.clock.performanceCounterStep = machine.clock.performanceFrequency;
-        machine.cpu.timeStamps = {0, 1'800'000'000};
-    }
-    void Wmi(const std::wstring& name, std::uint32_t megahertz) {
-        machine.wmi.tables[L"Win32_Processor"] = {
-            {{L"Name", FakeWmi::Text(name)},
-             {L"Manufacturer", FakeWmi::Text(L"WmiMaker")},
-             {L"MaxClockSpeed", FakeWmi::Unsigned(megahertz)}}};
-    }
     // Runs the detector afresh and gives the text stored under the value ID.
     std::wstring Detected(std::uint32_t value) {
         test::FreshProcessState();
@@ -62,7 +63,7 @@ TEST_F(CpuTest, IntelMachineStoresItsNineteenValuesAfterTheEarlyIntelFlag) {
     machine.registry.SetValue(kMachine, kProcessor, L"Update Signature", os::Registry::kBinary,
                               {0, 0, 0, 0, 0x1C, 0, 0, 0});
     machine.registry.SetString(kMachine, kInfinst, L"infver", L"9.3.0.1019");
-    Wmi(L"WMI name", 2601);
+    Wmi(machine, L"WMI name", 2601);
     machine.systemInfo.systemInfo.numberOfProcessors = 4;
     // The driver's service starts, but its device does not open.
     machine.deviceIo.FailOpen(L"\\\\.\\hwprobe", 2);
@@ -80,7 +81,7 @@ TEST_F(CpuTest, IntelMachineStoresItsNineteenValuesAfterTheEarlyIntelFlag) {
 }
 
 TEST_F(CpuTest, AmdMachineStoresTheIntelFlagOnceFalseAndLeavesTheDriverAlone) {
-    Processor("AuthenticAMD");
+    Processor(machine, "AuthenticAMD");
     machine.systemInfo.systemInfo.numberOfProcessors = 1;
 
     CPU cpu;
@@ -95,16 +96,47 @@ TEST_F(CpuTest, AmdMachineStoresTheIntelFlagOnceFalseAndLeavesTheDriverAlone) {
     EXPECT_TRUE(machine.deviceIo.opens.empty());
 }
 
-TEST_F(CpuTest, RegistrySpeedBeatsWmiWhichBeatsTheMeasuredClock) {
-    EXPECT_EQ(Detected(71062), L"1.8 GHz");
-    Wmi(L"", 2601);
-    EXPECT_EQ(Detected(71062), L"2.6 GHz");
-    machine.registry.SetDword(kMachine, kProcessor, L"~MHz", 3392);
-    EXPECT_EQ(Detected(71062), L"3.4 GHz");
+// The speed comes from the registry, else from WMI, else from the clock, which is measured only
+// then: measuring reads the performance counter and the time-stamp counter, so a detection that
+// took its speed from elsewhere reads neither.
+TEST(CpuSpeedTest, ClockIsMeasuredOnlyWhenNeitherRegistryNorWmiGivesASpeed) {
+    constexpr std::int64_t kAbsent = -1;
+    const struct {
+        const char* what;
+        std::int64_t registryMegahertz;
+        std::int64_t wmiMegahertz;
+        const wchar_t* speed;
+        bool measured;
+    } cases[] = {
+        {"registry and WMI", 3392, 2601, L"3.4 GHz", false},
+        {"registry alone", 3392, kAbsent, L"3.4 GHz", false},
+        {"WMI alone", kAbsent, 2601, L"2.6 GHz", false},
+        {"a zero registry speed is no speed", 0, 2601, L"2.6 GHz", false},
+        {"neither", kAbsent, kAbsent, L"1.8 GHz", true},
+        {"a zero WMI speed is no speed", kAbsent, 0, L"1.8 GHz", true},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.what);
+        test::FakeMachine machine;
+        Processor(machine, "GenuineIntel");
+        if (c.registryMegahertz != kAbsent) {
+            machine.registry.SetDword(kMachine, kProcessor, L"~MHz",
+                                      static_cast<std::uint32_t>(c.registryMegahertz));
+        }
+        if (c.wmiMegahertz != kAbsent) {
+            Wmi(machine, L"", static_cast<std::uint32_t>(c.wmiMegahertz));
+        }
+        CPU cpu;
+        EXPECT_TRUE(cpu.Detect());
+        EXPECT_EQ(test::StoredText(L"71062#0"), c.speed);
+        EXPECT_EQ(machine.cpu.timeStampReads, c.measured ? 2u : 0u);
+        EXPECT_EQ(machine.clock.performanceCounterReads > 0, c.measured)
+            << machine.clock.performanceCounterReads << " counter readings";
+    }
 }
 
 TEST_F(CpuTest, RegistryNameBeatsWmiAndIsCleaned) {
-    Wmi(L"  WMI   name ", 0);
+    Wmi(machine, L"  WMI   name ", 0);
     EXPECT_EQ(Detected(71061), L"WMI name");
     machine.registry.SetString(kMachine, kProcessor, L"ProcessorNameString", L"Registry name");
     EXPECT_EQ(Detected(71061), L"Registry name");

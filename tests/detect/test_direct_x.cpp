@@ -1,13 +1,16 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <string>
 #include <vector>
 
 #include "core/system.h"
 #include "detect/devices/direct_x.h"
+#include "detect/devices/gpu.h"
 #include "detect/graphics_libraries.h"
 #include "detect/stored_values.h"
+#include "diag/log.h"
 #include "support/fake_machine.h"
 
 namespace rigel {
@@ -121,6 +124,56 @@ TEST(DirectXTest, Direct3D11MakesIt11WhateverTheOtherMethodsSay) {
         SetSystemInfo(machine, FakeDiagnostics::Unsigned(0), FakeDiagnostics::Text(L"c"));
         EXPECT_EQ(DetectDirectX(),
                   std::vector<std::wstring>{direct3D11 ? L"71082#0=11.0" : L"71082#0=9.0c"});
+    }
+}
+
+// In the scripting host's apartment the adapter source and the DirectX version read one provider,
+// initialised once whichever of them asks first; the version read in an apartment that it opens
+// itself makes and releases a provider of its own. Values and log lines are the same either way.
+TEST(DirectXTest, AdapterSourceAndVersionShareOneProviderInTheHostsApartment) {
+    const struct {
+        const char* what;
+        std::int32_t comStatus;
+        bool versionFirst;
+        int providerInitializations;
+        int comUninitializations;
+    } cases[] = {
+        {"an apartment of its own", os::Diagnostics::kOk, false, 2, 1},
+        {"the host's apartment", os::Diagnostics::kFalse, false, 1, 1},
+        {"a multithreaded host", os::Diagnostics::kChangedMode, false, 1, 0},
+        {"the host's apartment, version first", os::Diagnostics::kFalse, true, 1, 1},
+    };
+    std::vector<std::wstring> adaptersFirstLog;
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.what);
+        test::FakeMachine machine;
+        Log::Instance().SetLevel(Log::kMark);
+        machine.diagnostics.comStatus = c.comStatus;
+        SetSystemInfo(machine, FakeDiagnostics::Unsigned(0), FakeDiagnostics::Text(L"c"));
+        machine.diagnostics.root.Child(L"DxDiag_DisplayDevices")
+            .Child(L"0")
+            .Set(L"szDescription", FakeDiagnostics::Text(L"Adapter"));
+        GPU gpu;
+        DirectX directX;
+        if (c.versionFirst) {
+            EXPECT_TRUE(directX.Detect());
+        }
+        EXPECT_TRUE(gpu.Detect());
+        if (!c.versionFirst) {
+            EXPECT_TRUE(directX.Detect());
+        }
+
+        EXPECT_EQ(test::Stored(), std::vector<std::wstring>{L"71082#0=9.0c"});
+        EXPECT_EQ(machine.diagnostics.providerInitializations, c.providerInitializations);
+        EXPECT_EQ(machine.diagnostics.LiveObjectCount(), 1u) << "the shared provider stays";
+        EXPECT_EQ(machine.diagnostics.comInitializations, 1);
+        EXPECT_EQ(machine.diagnostics.comUninitializations, c.comUninitializations);
+        const std::vector<std::wstring> log = machine.LogMessages();
+        EXPECT_EQ(std::count(log.begin(), log.end(), L"Entering: rigel::DXDiag::Initialize"), 1);
+        EXPECT_EQ(std::count(log.begin(), log.end(), L"Container: 0"), 1);
+        if (c.versionFirst) continue;
+        if (adaptersFirstLog.empty()) adaptersFirstLog = log;
+        EXPECT_EQ(log, adaptersFirstLog);
     }
 }
 

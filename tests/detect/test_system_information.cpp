@@ -53,7 +53,8 @@ TEST_F(SystemInformationTest, ClockSpeedIsTimeStampCountsPerCounterSecond) {
     }
 }
 
-TEST_F(SystemInformationTest, ProcessorCountAndMeasuredSpeed) {
+// The count reads no clock; the speed is the measured one, in megahertz.
+TEST_F(SystemInformationTest, ProcessorCountWithoutTheClockAndTheMeasuredSpeed) {
     struct Case {
         std::uint32_t processors;
         const wchar_t* count;
@@ -63,15 +64,23 @@ TEST_F(SystemInformationTest, ProcessorCountAndMeasuredSpeed) {
     for (const auto& c : cases) {
         machine.systemInfo.systemInfo.numberOfProcessors = c.processors;
         machine.systemInfo.nativeSystemInfo.numberOfProcessors = 99;
-        machine.clock.performanceCounterStep = machine.clock.performanceFrequency;
-        machine.cpu.timeStamps = {0, 2'400'000'000};
+        machine.clock.performanceCounterReads = 0;
         machine.cpu.timeStampReads = 0;
         CpuInfo info;
         EXPECT_TRUE(system.GetSystemCpuInfo(info));
         EXPECT_EQ(info.processorCount, c.count);
         EXPECT_EQ(info.multiProcessor, c.multi);
-        EXPECT_EQ(info.speed.GetHertz(), 2'400'000'000u);
+        EXPECT_FALSE(info.speed.IsValid());
+        EXPECT_EQ(machine.clock.performanceCounterReads, 0);
+        EXPECT_EQ(machine.cpu.timeStampReads, 0u);
     }
+
+    machine.clock.performanceCounterStep = machine.clock.performanceFrequency;
+    machine.cpu.timeStamps = {0, 2'400'000'000};
+    CpuInfo info;
+    system.GetMeasuredSpeed(info);
+    EXPECT_EQ(info.speed.GetHertz(), 2'400'000'000u);
+    EXPECT_EQ(info.processorCount, L"");
 }
 
 }  // namespace

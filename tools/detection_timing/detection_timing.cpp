@@ -1,28 +1,32 @@
-// Times one detection pass on the machine it runs on: each of the twenty detectors in the
-// product's order, with the real OS services, then the report. Under Wine this is the figure for
-// a whole pass that unit tests must not measure.
+// Times one first detection in a fresh process on the machine it runs on, as the control does it
+// for a page: the referrer's group list, each of the twenty detectors in the product's order with
+// the real OS services, the upload of the report and the report itself. Under Wine this is the
+// figure for a whole pass that unit tests must not measure; scripts/time-detection runs it in
+// fresh and warm prefixes and keeps the fastest of several processes.
 //
-//     detection_timing.exe [rounds]
+//     detection_timing.exe
 //
-// Prints one line per detector ("<ms> ms  <detector>") and the total; with more than one round
-// the slowest round of each detector is kept, so a cold first run is not hidden.
+// Prints one line per step ("<ms> ms  <step>") and the detection pass, the sum of the detectors.
+// The thread enters a single-threaded COM apartment first, as the scripting host's thread is.
 #include <cxxabi.h>
 
-#include <algorithm>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <exception>
+#include <functional>
 #include <memory>
 #include <string>
 #include <typeinfo>
-#include <vector>
 
 #include "core/component.h"
 #include "core/components.h"
+#include "core/data_service.h"
 #include "core/system.h"
 #include "core/xml_report.h"
 #include "os/clock.h"
 #include "os/services.h"
+#include "os/win32/com_apartment.h"
 
 namespace {
 
@@ -34,45 +38,65 @@ std::string NameOf(const rigel::Component& component) {
     return status == 0 && readable ? readable.get() : mangled;
 }
 
-double Milliseconds(std::int64_t ticks, std::int64_t frequency) {
-    return 1000.0 * static_cast<double>(ticks) / static_cast<double>(frequency);
+class Stopwatch {
+  public:
+    Stopwatch() : clock_(*rigel::os::Current().clock), frequency_(clock_.PerformanceFrequency()) {}
+
+    // The milliseconds that step takes.
+    double Measure(const std::function<void()>& step) {
+        const std::int64_t start = clock_.PerformanceCounter();
+        step();
+        return 1000.0 * static_cast<double>(clock_.PerformanceCounter() - start) /
+               static_cast<double>(frequency_);
+    }
+
+  private:
+    rigel::os::Clock& clock_;
+    std::int64_t frequency_;
+};
+
+// A failed request is part of the figure, not the end of the run.
+void Tolerant(const char* what, const std::function<void()>& step) {
+    try {
+        step();
+    } catch (const std::exception& failure) {
+        std::fprintf(stderr, "%s failed: %s\n", what, failure.what());
+    }
+}
+
+void Print(const std::string& name, double milliseconds) {
+    std::printf("%9.1f ms  %s\n", milliseconds, name.c_str());
 }
 
 }  // namespace
 
-int main(int argc, char** argv) {
-    const int rounds = argc > 1 ? std::max(1, std::atoi(argv[1])) : 1;
-    rigel::os::Clock& clock = *rigel::os::Current().clock;
-    const std::int64_t frequency = clock.PerformanceFrequency();
+int main() {
+    const rigel::os::ComApartment apartment;
+    Stopwatch watch;
+    rigel::System& system = rigel::System::Instance();
 
-    const auto factories = rigel::StandardComponentFactories();
-    std::vector<std::string> names(factories.size());
-    std::vector<double> slowest(factories.size(), 0.0);
-    double slowestReport = 0.0;
-    for (int round = 0; round < rounds; ++round) {
-        for (std::size_t i = 0; i < factories.size(); ++i) {
-            const std::int64_t start = clock.PerformanceCounter();
-            std::unique_ptr<rigel::Component> component = factories[i]();
+    Print("group list", watch.Measure([&] {
+        Tolerant("group list", [&] { system.GetReferrerGroups().Load(system.GetReferrerID()); });
+    }));
+    double pass = 0.0;
+    for (const rigel::ComponentFactory& factory : rigel::StandardComponentFactories()) {
+        std::unique_ptr<rigel::Component> component;
+        const double elapsed = watch.Measure([&] {
+            component = factory();
             component->Initialize();
             component->Detect();
-            const double elapsed = Milliseconds(clock.PerformanceCounter() - start, frequency);
-            names[i] = NameOf(*component);
-            slowest[i] = std::max(slowest[i], elapsed);
-        }
-        const std::int64_t start = clock.PerformanceCounter();
-        std::wstring report;
-        rigel::XMLReport(rigel::System::Instance().GetSystemValues()).GetReport(report);
-        slowestReport =
-            std::max(slowestReport, Milliseconds(clock.PerformanceCounter() - start, frequency));
+        });
+        Print(NameOf(*component), elapsed);
+        pass += elapsed;
     }
-
-    double total = 0.0;
-    for (std::size_t i = 0; i < factories.size(); ++i) {
-        std::printf("%9.1f ms  %s\n", slowest[i], names[i].c_str());
-        total += slowest[i];
-    }
-    std::printf("%9.1f ms  report (%zu values)\n", slowestReport,
-                rigel::System::Instance().GetSystemValues().Values().size());
-    std::printf("%9.1f ms  total\n", total + slowestReport);
+    Print("detection pass", pass);
+    Print("upload", watch.Measure([] {
+        Tolerant("upload", [] { rigel::DataService::Current().SendSystemInformation(); });
+    }));
+    std::wstring report;
+    const double rendering =
+        watch.Measure([&] { rigel::XMLReport(system.GetSystemValues()).GetReport(report); });
+    Print("report (" + std::to_string(system.GetSystemValues().Values().size()) + " values)",
+          rendering);
     return 0;
 }

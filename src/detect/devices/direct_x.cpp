@@ -62,20 +62,25 @@ constexpr FileStep kFileSteps[] = {
     {L"\\d3d9.dll", 0, 0, 9, 0, L' '},
 };
 
-// The diagnostics containers and the provider release before COM is uninitialised.
+// The diagnostics containers and a provider of its own release before COM is uninitialised.
 class ComScope {
   public:
     explicit ComScope(os::Diagnostics& diagnostics)
-        : diagnostics_(diagnostics), initialized_(diagnostics.InitializeCom() >= 0) {}
+        : diagnostics_(diagnostics), status_(diagnostics.InitializeCom()) {}
     ~ComScope() {
-        if (initialized_) diagnostics_.UninitializeCom();
+        if (status_ >= 0) diagnostics_.UninitializeCom();
     }
     ComScope(const ComScope&) = delete;
     ComScope& operator=(const ComScope&) = delete;
 
+    // The thread was in an apartment before this scope, one that outlives it.
+    bool InApartmentAlready() const {
+        return status_ == os::Diagnostics::kFalse || status_ == os::Diagnostics::kChangedMode;
+    }
+
   private:
     os::Diagnostics& diagnostics_;
-    bool initialized_;
+    std::int32_t status_;
 };
 
 using DiagnosticsObject = os::UniqueComObject<os::Diagnostics>;
@@ -131,10 +136,20 @@ std::wstring DirectX::GetDirectXVersion(std::size_t capacity) {
 bool DirectX::GetDirectXVersionFromDxDiag(Version& version) {
     os::Diagnostics& diagnostics = *os::Current().diagnostics;
     const ComScope com(diagnostics);
-    const DiagnosticsObject provider = CreateDiagnosticsProvider(diagnostics);
-    if (!provider) return false;
+    // The shared provider lives as long as the process, so it is taken only in an apartment that
+    // outlives this scope, as the scripting host's does; in an apartment that this scope opens, a
+    // provider of its own is made and released before the apartment closes.
+    DiagnosticsObject own = Own(diagnostics, 0);
+    os::ComObject provider = 0;
+    if (com.InApartmentAlready()) {
+        provider = DiagnosticsProvider::Instance().Get();
+    } else {
+        own = DiagnosticsProvider::Create(diagnostics);
+        provider = own.get();
+    }
+    if (provider == 0) return false;
     os::ComObject rootObject = 0;
-    if (diagnostics.GetRootContainer(provider.get(), rootObject) < 0) return false;
+    if (diagnostics.GetRootContainer(provider, rootObject) < 0) return false;
     const DiagnosticsObject root = Own(diagnostics, rootObject);
     os::ComObject systemObject = 0;
     if (diagnostics.GetChildContainer(root.get(), L"DxDiag_SystemInfo", systemObject) < 0)

@@ -26,18 +26,13 @@ void DXDiag::DestroyInstanceForTesting() {
     instance = nullptr;
 }
 
-DXDiag::DXDiag()
-    : diagnostics_(os::Current().diagnostics),
-      provider_(0, os::ComReleaser<os::Diagnostics>(*diagnostics_)) {
-    initialized_ = Initialize();
-    if (!initialized_) provider_.reset();
-}
+DXDiag::DXDiag() : diagnostics_(os::Current().diagnostics) { initialized_ = Initialize(); }
 
 bool DXDiag::Initialize() {
     ScopeTrace trace(L"rigel::DXDiag::Initialize");
     try {
-        provider_ = CreateDiagnosticsProvider(*diagnostics_);
-        return static_cast<bool>(provider_);
+        provider_ = DiagnosticsProvider::Instance().Get();
+        return provider_ != 0;
     } catch (...) {
         return false;
     }
@@ -58,7 +53,7 @@ void DXDiag::GetGpuInfo(std::vector<GpuInfo>& list) {
     if (!initialized_) return;
     try {
         os::ComObject rootObject = 0;
-        if (diagnostics_->GetRootContainer(provider_.get(), rootObject) < 0) return;
+        if (diagnostics_->GetRootContainer(provider_, rootObject) < 0) return;
         const Object root = Own(rootObject);
         const Object devices = Child(root, L"DxDiag_DisplayDevices");
         if (!devices) return;

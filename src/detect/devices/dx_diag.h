@@ -10,8 +10,8 @@
 
 namespace rigel {
 
-// The graphics adapters as the DirectX diagnostics provider describes them. The provider is
-// made and initialised once; without it the source answers nothing.
+// The graphics adapters as the DirectX diagnostics provider describes them, through the provider
+// the process shares (DiagnosticsProvider); without it the source answers nothing.
 class DXDiag : public Source {
   public:
     static DXDiag& Instance();
@@ -37,7 +37,7 @@ class DXDiag : public Source {
     bool ReadText(const Object& container, const std::wstring& name, std::wstring& text);
 
     os::Diagnostics* diagnostics_;
-    Object provider_;
+    os::ComObject provider_ = 0;  // shared, not owned
     bool initialized_ = false;
 };
 

@@ -41,18 +41,26 @@ void CPU::Run() {
     WMI::Instance().GetCpuInfo(fromWmi);
     CpuInfo fromCpuid;
     CPUID::Instance().GetCpuInfo(fromCpuid);
+    SystemInformation system;
     CpuInfo fromSystem;
-    SystemInformation().GetSystemCpuInfo(fromSystem);
+    system.GetSystemCpuInfo(fromSystem);
     CpuInfo fromRegistry;
     Registry::Instance().GetCpuInfo(fromRegistry);
     StoreIntelEarly({&fromWmi, &fromCpuid, &fromSystem, &fromRegistry});
     const CpuInfo fromDriver = ReadDriver();
 
     CpuInfo merged;
-    for (const CpuInfo* source : std::initializer_list<const CpuInfo*>{
-             &fromCpuid, &fromRegistry, &fromWmi, &fromSystem, &fromDriver}) {
+    for (const CpuInfo* source :
+         std::initializer_list<const CpuInfo*>{&fromCpuid, &fromRegistry, &fromWmi}) {
         Merge(merged, *source);
     }
+    // A page waits for this detection, and the measured clock only ever fills a speed that
+    // neither the registry's "~MHz" nor WMI's "MaxClockSpeed" gave; on Windows the registry
+    // always gives one. So the one-second measurement runs only when no speed came before it:
+    // the stored speed is the one it always was, without the wait.
+    if (!merged.speed.IsValid()) system.GetMeasuredSpeed(fromSystem);
+    Merge(merged, fromSystem);
+    Merge(merged, fromDriver);
     merged.name = CleanName(merged.name);
     Store(merged);
 }

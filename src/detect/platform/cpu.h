@@ -10,7 +10,7 @@ namespace rigel {
 
 // The processor: one record from each of CPUID, the registry, WMI, the system and (on Intel
 // machines) the driver client, merged field by field in that order of trust and stored as
-// nineteen values.
+// nineteen values. The system's clock is measured only when the records before it name no speed.
 class CPU : public Detector {
   public:
     CPU();

@@ -14,9 +14,12 @@ bool SystemInformation::GetSystemCpuInfo(CpuInfo& info) {
     const std::uint32_t processors = os::Current().systemInfo->GetSystemInfo().numberOfProcessors;
     info.processorCount = std::to_wstring(processors);
     info.multiProcessor = processors > 1;
+    return true;
+}
+
+void SystemInformation::GetMeasuredSpeed(CpuInfo& info) {
     const std::wstring speed = std::to_wstring(MeasureClockMhz()) + L" MHz";
     info.speed = speed.c_str();
-    return true;
 }
 
 std::uint32_t SystemInformation::MeasureClockMhz() {

@@ -10,8 +10,10 @@ namespace rigel {
 // against the performance counter.
 class SystemInformation {
   public:
-    // Fills processorCount, multiProcessor and speed. Always true.
+    // Fills processorCount and multiProcessor. Always true.
     bool GetSystemCpuInfo(CpuInfo& info);
+    // Fills speed with the measured clock. Busy-waits a second.
+    void GetMeasuredSpeed(CpuInfo& info);
 
     // Time-stamp counts during one second of the performance counter, in whole megahertz; 0 when
     // the counter has no frequency. Busy-waits that second.

@@ -13,6 +13,7 @@ class FakeClock : public Clock {
     std::int64_t performanceCounter = 0;
     // Added after every reading of the counter, so that a wait on the counter ends at once.
     std::int64_t performanceCounterStep = 0;
+    int performanceCounterReads = 0;
     std::int64_t performanceFrequency = 10'000'000;
     TimeOfDay localTime{};
     std::int64_t unixTime = 0;
@@ -21,6 +22,7 @@ class FakeClock : public Clock {
     std::int64_t PerformanceCounter() override {
         const std::int64_t reading = performanceCounter;
         performanceCounter += performanceCounterStep;
+        ++performanceCounterReads;
         return reading;
     }
     std::int64_t PerformanceFrequency() override { return performanceFrequency; }

@@ -80,6 +80,7 @@ std::int32_t FakeDiagnostics::CreateProvider(ComObject& provider) {
 
 std::int32_t FakeDiagnostics::Initialize(ComObject, const DiagnosticsParameters& chosen) {
     parameters = chosen;
+    ++providerInitializations;
     initialized_ = initializeStatus >= 0;
     return initializeStatus;
 }

@@ -37,6 +37,7 @@ class FakeDiagnostics : public Diagnostics {
 
     // What was asked.
     DiagnosticsParameters parameters;
+    int providerInitializations = 0;
     int comInitializations = 0;
     int comUninitializations = 0;
 
