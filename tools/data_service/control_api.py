@@ -71,9 +71,8 @@ def system_information(service, request):
         text = report.unescape_upload(match.group(1))
     except ValueError as error:
         raise HttpError(400, str(error))
-    key, facts = machine.derive(text)
     upload_id = service.store.add_upload(request.query["refid"], request.query["sessid"],
-                                         request.body, text, key, facts)
+                                         request.body, text, machine.derive(text))
     return Response(200, "stored upload %d" % upload_id)
 
 

@@ -204,14 +204,20 @@ class Handler(http.server.BaseHTTPRequestHandler):
         self.command = None
         self.path = ""
         self.headers = None
+        self.recorded = False
         try:
             super().handle_one_request()
         except ConnectionError:
             self.close_connection = True
-        if self.rfile.head and not self.path.startswith(UNRECORDED_PREFIXES):
-            self._record()
+        # A request that got no reply (the client went away) is still in the journal.
+        self._record()
 
     def _record(self):
+        """Adds the request to the journal once, before its reply leaves, so that the journal's
+        order is the order in which clients got their answers."""
+        if self.recorded or not self.rfile.head or self.path.startswith(UNRECORDED_PREFIXES):
+            return
+        self.recorded = True
         header_list = list(self.headers.items()) if self.headers is not None else []
         headers = {}
         for name, value in header_list:
@@ -231,6 +237,7 @@ class Handler(http.server.BaseHTTPRequestHandler):
 
     def log_request(self, code="-", size="-"):
         self.status = int(code)
+        self._record()
         path = self.path if len(self.path) <= _LOGGED_PATH else self.path[:_LOGGED_PATH] + "..."
         log.info("%s %s %s %d body=%d", self.client_address[0], self.command or "-",
                  path or "-", self.status, len(self.body))

@@ -6,13 +6,14 @@ computer identifier the control reports is a new GUID on every detection, and fr
 and session values change all the time, so none of them is part of the key.
 """
 
+import collections
 import hashlib
 
 import quantities
 from report import Report
 
 # Raise when derive() changes, so that stored uploads are derived again at start-up.
-DERIVATION_VERSION = "1"
+DERIVATION_VERSION = "2"
 
 KEY_VALUES = (71386, 71061, 71171, 71170, 71356, 71073, 71074, 71383, 71294, 71431, 71443, 71075,
               71406, 71425)
@@ -76,10 +77,15 @@ def facts(report):
     return found
 
 
+# What is kept beside a stored report: its machine key, its facts, and the text searches look in
+# (every value, unescaped, one per line), so that a search never matches the report's markup.
+Derived = collections.namedtuple("Derived", "machine_key facts search_text")
+
+
 def derive(report_text):
-    """(machine key, facts) of a stored report."""
     report = Report(report_text)
-    return machine_key(report), facts(report)
+    search_text = "\n".join(entry.value for entry in report.entries if entry.value)
+    return Derived(machine_key(report), facts(report), search_text)
 
 
 class Change:

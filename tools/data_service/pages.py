@@ -27,6 +27,7 @@ tbody th{font-weight:normal;color:#444;background:#f7f8f9}
 td.num{text-align:right}
 form.inline{display:inline}
 section{margin-bottom:12px}
+.components{display:flex;flex-wrap:wrap;gap:0 28px;align-items:flex-start}
 details{margin:4px 0}
 """
 
@@ -82,8 +83,8 @@ def value_cell(text):
     if not text:
         return '<td class="empty">(empty)</td>'
     if len(text) > VALUE_LIMIT:
-        return "<td>%s… <span class=\"note\">(%d characters; the raw report has all)</span></td>" \
-            % (e(text[:VALUE_LIMIT]), len(text))
+        return ('<td>%s… <span class="note">(%d characters; the raw report has all)</span></td>'
+                % (e(text[:VALUE_LIMIT]), len(text)))
     return "<td>%s</td>" % e(text)
 
 
@@ -170,7 +171,7 @@ def report_tables(parsed, catalogue):
             table.setdefault(known.number, {})[entry.index] = entry.value
         else:
             singles.setdefault(known.component, []).append((known, entry))
-    parts = []
+    parts = ['<div class="components">']
     for component in catalogue.components:
         titles = [title for (owner, title) in devices if owner == component]
         if component not in singles and not titles:
@@ -181,6 +182,7 @@ def report_tables(parsed, catalogue):
         for title in titles:
             parts.append(_device_table(title, devices[(component, title)], catalogue))
         parts.append("</section>")
+    parts.append("</div>")
     if others:
         parts.append("<section><h2>Other values</h2><p class=\"note\">Value IDs the catalogue "
                      "does not know, shown by their number.</p><table><thead><tr><th>Value ID"

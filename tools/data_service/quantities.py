@@ -40,17 +40,6 @@ class Ladder:
                             % (quote(text), self.what, self.units[-2]))
         return fractions.Fraction(match.group(1)) * self._factors[match.group(2).lower()]
 
-    def format(self, amount):
-        """The control's own print form: one decimal, rounded half up, in the largest unit
-        below the amount's next step."""
-        value = fractions.Fraction(amount)
-        unit = 0
-        while value >= self.step and unit < len(self.units) - 1:
-            value /= self.step
-            unit += 1
-        tenths = (value * 10 + fractions.Fraction(1, 2)) // 1
-        return "%d.%d %s" % (tenths // 10, tenths % 10, self.units[unit])
-
 
 SIZE = Ladder("size", ["B", "KB", "MB", "GB", "TB"], 1024)
 SPEED = Ladder("speed", ["Hz", "KHz", "MHz", "GHz"], 1000)

@@ -19,7 +19,7 @@ _SCHEMA = (
     "id INTEGER PRIMARY KEY AUTOINCREMENT, received_at TEXT NOT NULL, "
     "referrer TEXT NOT NULL, session TEXT NOT NULL, "
     "raw_body BLOB NOT NULL, report TEXT NOT NULL, "
-    "machine_key TEXT, facts TEXT NOT NULL DEFAULT '{}')",
+    "machine_key TEXT, facts TEXT NOT NULL DEFAULT '{}', search_text TEXT NOT NULL DEFAULT '')",
     "CREATE INDEX IF NOT EXISTS uploads_by_session ON uploads (session, id)",
     "CREATE INDEX IF NOT EXISTS uploads_by_machine ON uploads (machine_key, id)",
     "CREATE INDEX IF NOT EXISTS uploads_by_referrer ON uploads (referrer, id)",
@@ -41,6 +41,11 @@ def now():
 
 def _like(text):
     return "%" + text.replace("\\", "\\\\").replace("%", "\\%").replace("_", "\\_") + "%"
+
+
+def _derived_columns(derived):
+    return (derived.machine_key, json.dumps(derived.facts, ensure_ascii=False),
+            derived.search_text)
 
 
 def _summary(row):
@@ -70,13 +75,13 @@ class SqliteStore:
 
     # -- uploads ---------------------------------------------------------------------------
 
-    def add_upload(self, referrer, session, raw_body, report, machine_key, facts):
+    def add_upload(self, referrer, session, raw_body, report, derived):
+        """Stores an upload with what was derived from it (machine.Derived)."""
         with self._lock, self._db:
             cursor = self._db.execute(
                 "INSERT INTO uploads (received_at, referrer, session, raw_body, report, "
-                "machine_key, facts) VALUES (?, ?, ?, ?, ?, ?, ?)",
-                (now(), referrer, session, raw_body, report, machine_key,
-                 json.dumps(facts, ensure_ascii=False)))
+                "machine_key, facts, search_text) VALUES (?, ?, ?, ?, ?, ?, ?, ?)",
+                (now(), referrer, session, raw_body, report) + _derived_columns(derived))
             return cursor.lastrowid
 
     def get_upload(self, upload_id):
@@ -92,8 +97,8 @@ class SqliteStore:
         return _upload(row) if row else None
 
     def list_uploads(self, referrer=None, text=None, offset=0, limit=50):
-        """(summaries newest first, total matching). text matches the referrer, session,
-        derived facts and report, without regard to case for ASCII letters."""
+        """(summaries newest first, total matching). text matches the referrer, session and
+        value texts, without regard to case for ASCII letters."""
         where, parameters = self._filter(referrer, text)
         with self._lock:
             total = self._db.execute("SELECT COUNT(*) FROM uploads" + where,
@@ -112,8 +117,8 @@ class SqliteStore:
         if text:
             pattern = _like(text)
             clauses.append("(referrer LIKE ? ESCAPE '\\' OR session LIKE ? ESCAPE '\\' OR "
-                           "facts LIKE ? ESCAPE '\\' OR report LIKE ? ESCAPE '\\')")
-            parameters += [pattern] * 4
+                           "search_text LIKE ? ESCAPE '\\')")
+            parameters += [pattern] * 3
         return (" WHERE " + " AND ".join(clauses) if clauses else ""), parameters
 
     def referrers(self):
@@ -176,7 +181,7 @@ class SqliteStore:
         return [_upload(row) for row in rows]
 
     def rederive(self, version, derive):
-        """Recomputes every upload's machine key and facts when the derivation's version differs
+        """Recomputes what is derived from every upload when the derivation's version differs
         from the one they were made with; returns how many uploads were updated."""
         with self._lock:
             row = self._db.execute("SELECT value FROM meta WHERE name = 'derivation'").fetchone()
@@ -190,13 +195,11 @@ class SqliteStore:
                                         "LIMIT ?", (last, _REDERIVE_BATCH)).fetchall()
             if not rows:
                 break
-            changes = []
-            for upload_id, report in rows:
-                key, facts = derive(report)
-                changes.append((key, json.dumps(facts, ensure_ascii=False), upload_id))
+            changes = [_derived_columns(derive(report)) + (upload_id,)
+                       for upload_id, report in rows]
             with self._lock, self._db:
-                self._db.executemany("UPDATE uploads SET machine_key = ?, facts = ? WHERE id = ?",
-                                     changes)
+                self._db.executemany("UPDATE uploads SET machine_key = ?, facts = ?, "
+                                     "search_text = ? WHERE id = ?", changes)
             updated += len(rows)
             last = rows[-1][0]
         with self._lock, self._db:
