@@ -136,7 +136,8 @@ class ItemsFileTests(unittest.TestCase):
             (["minimum memory = 2 GB"],
              "items.ini line 1: a setting before the first item heading such as [1001]"),
             (head + ["[abc]"], "items.ini line 4: '[abc]' is not an item heading such as [1001]"),
-            (head + ["[2]", "minimum memory = 1 GB"], "items.ini line 4: item 2 has no name = line"),
+            (head + ["[2]", "minimum memory = 1 GB"],
+             "items.ini line 4: item 2 has no name = line"),
             (head + ["name ="], "items.ini line 4: the name is empty"),
         ]
         for lines, message in cases:

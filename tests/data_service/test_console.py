@@ -282,7 +282,8 @@ class GroupListEditingTests(ConsoleTestCase):
 
     def test_bad_lists_are_refused_and_nothing_changes(self):
         for groups, message in (("71061 x7", "Not saved: &#39;x7&#39; is not a value ID."),
-                                ("1234567890", "Not saved: &#39;1234567890&#39; is not a value ID."),
+                                ("1234567890",
+                                 "Not saved: &#39;1234567890&#39; is not a value ID."),
                                 ("-1", "Not saved: &#39;-1&#39; is not a value ID.")):
             with self.subTest(groups=groups):
                 status, _, body = self.post_form("/console/groups", {"referrer": "demo",

@@ -26,6 +26,7 @@ tbody th{font-weight:normal;color:#444;background:#f7f8f9}
 .warn{background:#fff4d6;padding:4px 8px;border:1px solid #e8c766}
 td.num{text-align:right}
 form.inline{display:inline}
+input[type=number]{width:6em}
 section{margin-bottom:12px}
 .components{display:flex;flex-wrap:wrap;gap:0 28px;align-items:flex-start}
 details{margin:4px 0}
@@ -328,6 +329,7 @@ def fleet_page(tables, machines, referrers, referrer, fold, per_referrer):
                 e(query_link("/console/fleet", referrer=referrer_value(name), fold=fold)),
                 e(name) or "(empty)", count))
         body.append("</tbody></table></section>")
+    body.append('<div class="components">')
     for table in tables:
         body.append('<section class="share" data-fact="%s"><h2>%s</h2><table><thead><tr><th>%s'
                     "</th><th>Machines</th><th>Share</th><th></th></tr></thead><tbody>"
@@ -337,6 +339,7 @@ def fleet_page(tables, machines, referrers, referrer, fold, per_referrer):
                         "<td>%s</td></tr>" % (e(row.value), row.machines, row.tenths // 10,
                                               row.tenths % 10, bar(row.tenths)))
         body.append("</tbody></table></section>")
+    body.append("</div>")
     return page("Fleet", "".join(body), "fleet")
 
 

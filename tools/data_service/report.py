@@ -133,5 +133,5 @@ class Report:
         return found[0] if found else None
 
     def mapping(self):
-        """(ID, index) → value text; of two equal keys the later wins, as in the control's store."""
+        """(ID, index) → value text; the later of two equal keys wins, as in the store."""
         return {entry.key: entry.value for entry in self.entries}
