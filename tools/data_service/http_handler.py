@@ -191,6 +191,9 @@ class Handler(http.server.BaseHTTPRequestHandler):
     sys_version = ""
     # Error replies to unparsable request lines still need a status line.
     default_request_version = "HTTP/1.0"
+    # Head and body leave in separate writes; with Nagle's algorithm the body would wait for the
+    # client's delayed acknowledgement of the head.
+    disable_nagle_algorithm = True
 
     def setup(self):
         self.timeout = self.server.socket_timeout

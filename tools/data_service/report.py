@@ -12,6 +12,9 @@ _ENTITY_TEXT = {"amp": "&", "lt": "<", "gt": ">"}
 _INDEX_ATTRIBUTE = re.compile(r'\sindex="([^"]*)"')
 _ID_ATTRIBUTE = re.compile(r'\sid="([^"]*)"')
 _LEADING_DIGITS = re.compile(r"[0-9]*")
+# The form the control writes; anything else takes the careful path.
+_CANONICAL = re.compile(r'<group index="([0-9]{1,9})" id="([0-9]{1,9})"><value>([^<]*)</value>'
+                        r"</group>")
 # Value IDs and indices longer than this are not numbers the control writes; they stay text.
 _MAX_DIGITS = 9
 
@@ -55,12 +58,14 @@ class Entry:
 
     __slots__ = ("id_text", "number", "index_text", "index", "value", "truncated")
 
-    def __init__(self, id_text, index_text, value, truncated=False):
+    def __init__(self, id_text, index_text, value, truncated=False, numbers=None):
         self.id_text = id_text
-        self.number = small_number(id_text)
         self.index_text = index_text
-        index = small_number(index_text)
-        self.index = index if index is not None and index_text.isdigit() else None
+        if numbers is None:
+            index = small_number(index_text)
+            numbers = (small_number(id_text),
+                       index if index is not None and index_text.isdigit() else None)
+        self.number, self.index = numbers
         self.value = value
         self.truncated = truncated
 
@@ -84,6 +89,13 @@ def parse(report):
         start = report.find(GROUP_OPEN, pos)
         if start < 0:
             return entries
+        canonical = _CANONICAL.match(report, start)
+        if canonical:
+            index_text, id_text, value = canonical.groups()
+            entries.append(Entry(id_text, index_text, unescape(value) if "&" in value else value,
+                                 numbers=(int(id_text), int(index_text))))
+            pos = canonical.end()
+            continue
         end = report.find(GROUP_CLOSE, start)
         if end < 0:
             entries.append(_group(report[start:], truncated=True))
