@@ -15,8 +15,6 @@ import urllib.parse
 
 from service_support import KEY, SCRIPT, ServiceTestCase, data_service, report_of
 
-import machine
-
 MACHINE = [("71061", 0, "Xeon"), ("71386", 0, "1F8B"), ("71060", 0, "Windows 7"),
            ("71063", 0, "7.9 GB"), ("71064", 0, "Radeon"), ("71064", 1, "Intel HD"),
            ("71075", 0, "252.0 GB"), ("71075", 1, "100.0 GB"), ("71387", 0, "C:\\"),
@@ -164,6 +162,21 @@ class MachineTests(ConsoleTestCase):
         self.assertIn("<tr><th>Largest free space</th><td>10.0 GB</td></tr>", diff)
         self.assertIn('<p class="warn">These uploads come from different machines.</p>',
                       self.page("/console/diff?a=1&b=2"))
+
+
+class MachineListTests(ConsoleTestCase):
+
+    def test_machines_fifty_a_page_the_most_recently_seen_first(self):
+        for number in range(51):
+            self.upload(report_of([("71061", 0, "CPU %d" % number)]), session="s%d" % number)
+        self.upload(report_of([("71061", 0, "CPU 0")]), session="again")
+        first = self.page("/console/machines")
+        self.assertIn("51 machines recognised", first)
+        self.assertEqual(re.findall(r"<td>(CPU \d+)</td>", first)[:2], ["CPU 0", "CPU 50"])
+        self.assertEqual(len(re.findall(r"<td>CPU \d+</td>", first)), 50)
+        second = self.page("/console/machines?page=1")
+        self.assertEqual(re.findall(r"<td>(CPU \d+)</td>", second), ["CPU 1"])
+        self.assertIn('<a href="/console/machines?page=0">Newer</a>', second)
 
 
 class FleetPageTests(ConsoleTestCase):
@@ -375,24 +388,27 @@ class StartUpTests(unittest.TestCase):
             finally:
                 second.server_close()
 
-    def test_stored_uploads_are_derived_again_when_the_derivation_changes(self):
+    def test_a_database_of_the_earlier_service_gets_its_uploads_derived(self):
         with tempfile.TemporaryDirectory() as folder:
             db = os.path.join(folder, "service.sqlite")
-            service = data_service.DataService(0, db=db)
-            service.store.add_upload("r", "s", b"", report_of(MACHINE),
-                                     machine.Derived(None, {}, ""))
-            service.server_close()
             connection = sqlite3.connect(db)
             with connection:
-                connection.execute("UPDATE meta SET value = 'old'")
+                connection.execute(
+                    "CREATE TABLE uploads (id INTEGER PRIMARY KEY AUTOINCREMENT, received_at TEXT "
+                    "NOT NULL, referrer TEXT NOT NULL, session TEXT NOT NULL, raw_body BLOB NOT "
+                    "NULL, report TEXT NOT NULL)")
+                connection.execute("INSERT INTO uploads (received_at, referrer, session, "
+                                   "raw_body, report) VALUES ('t', 'r', 's', x'00', ?)",
+                                   (report_of(MACHINE),))
             connection.close()
             service = data_service.DataService(0, db=db)
             try:
-                [summary] = service.store.list_uploads()[0]
+                [summary], total = service.store.list_uploads(text="radeon")
+                upload = service.store.get_upload(1)
             finally:
                 service.server_close()
         self.assertRegex(summary.machine_key, "^[0-9a-f]{16}$")
-        self.assertEqual(summary.facts["processor"], "Xeon")
+        self.assertEqual((total, summary.facts["processor"], upload.raw_body), (1, "Xeon", b"\0"))
 
 
 if __name__ == "__main__":

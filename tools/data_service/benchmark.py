@@ -32,11 +32,14 @@ SYSTEMS = ["Microsoft Windows 7 Ultimate Edition Service Pack 1 (build 7601), 64
 ADAPTERS = ["Radeon HD %d" % n for n in range(5000, 5010)] + ["GeForce GTX %d" % n
                                                               for n in range(600, 610)]
 BROWSERS = ["Chrome", "Firefox", "Internet Explorer", "Safari", "Opera"]
+# Values that change from one detection of a machine to the next; the rest stay.
+VOLATILE = {71076, 71379, 71382, 71436, 71069, 71422, 71207, 71424}
 
 
 def sample_text(entry, machine_number, rng):
     """A plausible text of the entry's kind; stable values depend on the machine only."""
-    stable = random.Random(machine_number * 1000 + entry.number)
+    if entry.number not in VOLATILE:
+        rng = random.Random(machine_number * 1000 + entry.number)
     if entry.number == 71061:
         return PROCESSORS[machine_number % len(PROCESSORS)]
     if entry.number == 71060:
@@ -49,14 +52,14 @@ def sample_text(entry, machine_number, rng):
         return "%d.%d GB" % (2 ** (machine_number % 6 + 1), machine_number % 10)
     kinds = {
         "size": lambda: "%.1f GB" % (rng.random() * 500),
-        "speed": lambda: "%.1f GHz" % (1 + stable.random() * 3),
+        "speed": lambda: "%.1f GHz" % (1 + rng.random() * 3),
         "bandwidth": lambda: "%.1f Mbps" % (rng.random() * 100),
-        "version": lambda: "%d.%d.%d" % (stable.randrange(12), stable.randrange(10),
-                                         stable.randrange(9999)),
-        "resolution": lambda: "%dx%d" % stable.choice([(1920, 1080), (1366, 768), (2560, 1440)]),
-        "yes/no": lambda: stable.choice(["Yes", "No"]),
-        "count": lambda: str(stable.randrange(16)),
-        "identifier": lambda: "%016X" % stable.getrandbits(64),
+        "version": lambda: "%d.%d.%d" % (rng.randrange(12), rng.randrange(10),
+                                         rng.randrange(9999)),
+        "resolution": lambda: "%dx%d" % rng.choice([(1920, 1080), (1366, 768), (2560, 1440)]),
+        "yes/no": lambda: rng.choice(["Yes", "No"]),
+        "count": lambda: str(rng.randrange(16)),
+        "identifier": lambda: "%016X" % rng.getrandbits(64),
         "name": lambda: "Name %d of machine %d" % (entry.number, machine_number),
     }
     return kinds[entry.kind]()

@@ -11,6 +11,8 @@ from http_handler import ADMIN_COOKIE, HttpError, Response, html, redirect, toke
 from report import Report
 
 PAGE_SIZE = 50
+# One machine's page lists its newest uploads only; a machine that reports all day has many.
+MACHINE_UPLOADS = 500
 _UPLOAD_PATH = re.compile(r"/console/uploads/([0-9]{1,18})(/report\.xml)?")
 _GROUP_SEPARATORS = re.compile(r"[\s,|]+")
 _MAX_FOLD = 1000000
@@ -81,15 +83,17 @@ def upload(service, request):
 
 
 def machines(service, request):
-    return html(pages.machines_page(service.store.machines(), service.catalogue))
+    page_number = number(request.query, "page", 0, 10 ** 9)
+    found, total = service.store.machines(page_number * PAGE_SIZE, PAGE_SIZE)
+    return html(pages.machines_page(found, total, page_number, PAGE_SIZE, service.catalogue))
 
 
 def one_machine(service, request):
     key = request.path[len("/console/machines/"):]
-    summaries = service.store.machine_uploads(key)
+    summaries, total = service.store.machine_uploads(key, MACHINE_UPLOADS)
     if not summaries:
         return not_found("No upload comes from this machine.")
-    return html(pages.machine_page(key, summaries))
+    return html(pages.machine_page(key, summaries, total))
 
 
 def difference(service, request):

@@ -118,15 +118,21 @@ def uploads_page(summaries, total, referrers, referrer, text, page_number, page_
                        e(summary.session[:60]), fact(facts.get("processor")),
                        fact(facts.get("memory")), fact(facts.get("os")), fact(graphics)))
     body.append("</tbody></table>")
-    pager = []
-    if page_number > 0:
-        pager.append('<a href="%s">Newer</a>' % e(query_link(
-            "/console/uploads", referrer=referrer_value(referrer), q=text, page=page_number - 1)))
-    if first + len(summaries) - 1 < total:
-        pager.append('<a href="%s">Older</a>' % e(query_link(
-            "/console/uploads", referrer=referrer_value(referrer), q=text, page=page_number + 1)))
-    body.append("<p>%s</p>" % " · ".join(pager))
+    body.append(pager("/console/uploads", page_number, page_size, total,
+                      referrer=referrer_value(referrer), q=text))
     return page("Uploads", "".join(body), "uploads")
+
+
+def pager(path, page_number, page_size, total, **parameters):
+    """Links to the newer and the older page of a list shown newest first."""
+    links = []
+    if page_number > 0:
+        links.append('<a href="%s">Newer</a>' % e(query_link(path, page=page_number - 1,
+                                                             **parameters)))
+    if (page_number + 1) * page_size < total:
+        links.append('<a href="%s">Older</a>' % e(query_link(path, page=page_number + 1,
+                                                             **parameters)))
+    return "<p>%s</p>" % " · ".join(links)
 
 
 def upload_page(upload, parsed, catalogue, verdicts):
@@ -224,10 +230,10 @@ def _device_table(title, columns, catalogue):
 
 # -- machines and differences ----------------------------------------------------------------
 
-def machines_page(machines, catalogue):
+def machines_page(machines, total, page_number, page_size, catalogue):
     body = ['<p class="note">%d machine%s recognised by their stable values (processor, board, '
             "BIOS, disks, volumes, monitors), the most recently seen first.</p>"
-            % (len(machines), "" if len(machines) == 1 else "s"),
+            % (total, "" if total == 1 else "s"),
             "<table><thead><tr><th>Machine</th><th>Uploads</th><th>First seen</th>"
             "<th>Last seen</th>%s</tr></thead><tbody>" % "".join(
                 "<th>%s</th>" % e(catalogue.label(number)) for number in (71061, 71063, 71060))]
@@ -238,12 +244,14 @@ def machines_page(machines, catalogue):
                         e(machine.last_seen), fact(machine.facts.get("processor")),
                         fact(machine.facts.get("memory")), fact(machine.facts.get("os"))))
     body.append("</tbody></table>")
+    body.append(pager("/console/machines", page_number, page_size, total))
     return page("Machines", "".join(body), "machines")
 
 
-def machine_page(key, summaries):
-    body = ['<p class="note">%d upload%s of this machine, newest first.</p>'
-            % (len(summaries), "" if len(summaries) == 1 else "s"),
+def machine_page(key, summaries, total):
+    shown = "" if total == len(summaries) else "; the newest %d shown" % len(summaries)
+    body = ['<p class="note">%d upload%s of this machine%s, newest first.</p>'
+            % (total, "" if total == 1 else "s", shown),
             "<table><thead><tr><th>Upload</th><th>Time</th><th>Referrer</th><th>Session</th>"
             "<th>Difference</th></tr></thead><tbody>"]
     for position, summary in enumerate(summaries):

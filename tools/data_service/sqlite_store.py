@@ -14,12 +14,18 @@ import threading
 
 from records import MachineSummary, Upload, UploadSummary
 
+# The small columns come first: a row's later columns are reached only past the large ones, so
+# lists and the fleet never read the bodies.
 _SCHEMA = (
     "CREATE TABLE IF NOT EXISTS uploads ("
     "id INTEGER PRIMARY KEY AUTOINCREMENT, received_at TEXT NOT NULL, "
     "referrer TEXT NOT NULL, session TEXT NOT NULL, "
-    "raw_body BLOB NOT NULL, report TEXT NOT NULL, "
-    "machine_key TEXT, facts TEXT NOT NULL DEFAULT '{}', search_text TEXT NOT NULL DEFAULT '')",
+    "machine_key TEXT, facts TEXT NOT NULL DEFAULT '{}', "
+    "raw_body BLOB NOT NULL, report TEXT NOT NULL, search_text TEXT NOT NULL DEFAULT '')",
+    # A database written before uploads had derived columns gets them; rederive() fills them.
+    ("uploads", "machine_key", "TEXT"),
+    ("uploads", "facts", "TEXT NOT NULL DEFAULT '{}'"),
+    ("uploads", "search_text", "TEXT NOT NULL DEFAULT ''"),
     "CREATE INDEX IF NOT EXISTS uploads_by_session ON uploads (session, id)",
     "CREATE INDEX IF NOT EXISTS uploads_by_machine ON uploads (machine_key, id)",
     "CREATE INDEX IF NOT EXISTS uploads_by_referrer ON uploads (referrer, id)",
@@ -64,10 +70,18 @@ class SqliteStore:
         try:
             with self._db:
                 for statement in _SCHEMA:
-                    self._db.execute(statement)
+                    if isinstance(statement, tuple):
+                        self._add_missing_column(*statement)
+                    else:
+                        self._db.execute(statement)
         except sqlite3.Error:
             self._db.close()
             raise
+
+    def _add_missing_column(self, table, column, declaration):
+        known = [row[1] for row in self._db.execute("PRAGMA table_info(%s)" % table)]
+        if column not in known:
+            self._db.execute("ALTER TABLE %s ADD COLUMN %s %s" % (table, column, declaration))
 
     def close(self):
         with self._lock:
@@ -127,27 +141,30 @@ class SqliteStore:
             return self._db.execute("SELECT referrer, COUNT(*) FROM uploads GROUP BY referrer "
                                     "ORDER BY referrer").fetchall()
 
-    def machine_uploads(self, key):
+    def machine_uploads(self, key, limit):
+        """(the newest uploads of a machine, at most limit of them; how many it made)."""
         with self._lock:
-            rows = self._db.execute("SELECT %s FROM uploads WHERE machine_key = ? ORDER BY id DESC"
-                                    % _SUMMARY_COLUMNS, (key,)).fetchall()
-        return [_summary(row) for row in rows]
+            total = self._db.execute("SELECT COUNT(*) FROM uploads WHERE machine_key = ?",
+                                     (key,)).fetchone()[0]
+            rows = self._db.execute("SELECT %s FROM uploads WHERE machine_key = ? ORDER BY id DESC "
+                                    "LIMIT ?" % _SUMMARY_COLUMNS, (key, limit)).fetchall()
+        return [_summary(row) for row in rows], total
 
-    def machines(self, referrer=None):
-        """Every machine with its upload count, first and last time and latest facts, the most
-        recently seen first."""
-        where = " WHERE referrer = ?" if referrer is not None else ""
-        parameters = [referrer] if referrer is not None else []
+    def machines(self, offset=0, limit=50):
+        """(machines with their upload count, first and last time and latest facts, the most
+        recently seen first; how many machines there are)."""
         with self._lock:
+            total = self._db.execute("SELECT COUNT(DISTINCT machine_key) FROM uploads"
+                                     ).fetchone()[0]
             rows = self._db.execute(
                 "SELECT m.key, m.uploads, m.first_seen, m.last_seen, u.id, u.facts FROM "
                 "(SELECT machine_key AS key, COUNT(*) AS uploads, MIN(received_at) AS first_seen,"
-                " MAX(received_at) AS last_seen, MAX(id) AS latest FROM uploads%s"
-                " AND machine_key IS NOT NULL GROUP BY machine_key) AS m "
-                "JOIN uploads AS u ON u.id = m.latest ORDER BY u.id DESC"
-                % (where or " WHERE 1"), parameters).fetchall()
+                " MAX(received_at) AS last_seen, MAX(id) AS latest FROM uploads"
+                " WHERE machine_key IS NOT NULL GROUP BY machine_key ORDER BY latest DESC"
+                " LIMIT ? OFFSET ?) AS m JOIN uploads AS u ON u.id = m.latest ORDER BY u.id DESC",
+                (limit, offset)).fetchall()
         return [MachineSummary(row[0], row[1], row[2], row[3], row[4], json.loads(row[5]))
-                for row in rows]
+                for row in rows], total
 
     def latest_facts_per_machine(self, referrer=None):
         """The facts of each machine's latest upload (within the referrer when one is given)."""
