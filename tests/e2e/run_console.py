@@ -245,7 +245,7 @@ class FullUploadPage(unittest.TestCase):
 
     @classmethod
     def setUpClass(cls):
-        cls.dom = BROWSER.load("/console/uploads/1", "upload", 6000)
+        cls.dom = BROWSER.load("/console/uploads/1", "upload", 4000)
         cls.report = RUNS[0].results["report"]
         cls.ids = sorted(set(int(number) for number in re.findall(r' id="(\d+)"', cls.report)))
 

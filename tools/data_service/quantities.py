@@ -27,7 +27,6 @@ class Ladder:
     def __init__(self, what, units, step):
         self.what = what
         self.units = units
-        self.step = step
         self._factors = {unit.lower(): step ** power for power, unit in enumerate(units)}
         self._pattern = re.compile(r"\s*([0-9]{1,%d}(?:\.[0-9]{1,%d})?)\s*([A-Za-z]+)\s*"
                                    % (_MAX_DIGITS, _MAX_DIGITS))
