@@ -194,6 +194,9 @@ class FleetTests(unittest.TestCase):
         self.assertEqual(fleet.table(facts, "os", 2), [
             fleet.Row("Win 7", 3, 375), fleet.Row("Win 8", 2, 250), fleet.Row("Other", 2, 250),
             fleet.Row(machine.NOT_REPORTED, 1, 125)])
+        self.assertEqual(fleet.table(facts, "os", 1, max_rows=1), [
+            fleet.Row("Win 7", 3, 375), fleet.Row("Other", 4, 500),
+            fleet.Row(machine.NOT_REPORTED, 1, 125)])
 
 
 if __name__ == "__main__":

@@ -23,6 +23,10 @@ DIMENSIONS = (
     ("browser", 71447, ""),
 )
 
+# A table shows at most this many values; the rarer ones join Other, so that a fleet of many
+# different machines still gives a page a person can read.
+MAX_ROWS = 30
+
 Row = collections.namedtuple("Row", "value machines tenths")
 Table = collections.namedtuple("Table", "fact title rows")
 
@@ -42,16 +46,18 @@ def apportion(counts, whole=1000):
     return parts
 
 
-def table(facts_list, fact, fold):
-    """Rows of one dimension; values held by fewer than fold machines are folded into Other."""
+def table(facts_list, fact, fold, max_rows=MAX_ROWS):
+    """Rows of one dimension; values held by fewer than fold machines, and those beyond the
+    max_rows most frequent, are folded into Other."""
     counts = collections.Counter(facts.get(fact) or NOT_REPORTED for facts in facts_list)
-    kept = [(value, count) for value, count in counts.items()
-            if count >= fold or value == NOT_REPORTED]
-    folded = sum(count for value, count in counts.items()
-                 if count < fold and value != NOT_REPORTED)
-    kept.sort(key=lambda pair: (pair[0] == NOT_REPORTED, -pair[1], pair[0]))
+    unreported = counts.pop(NOT_REPORTED, 0)
+    ranked = sorted(counts.items(), key=lambda pair: (-pair[1], pair[0]))
+    kept = [(value, count) for value, count in ranked[:max_rows] if count >= fold]
+    folded = sum(counts.values()) - sum(count for _, count in kept)
+    if unreported:
+        kept.append((NOT_REPORTED, unreported))
     if folded:
-        position = len(kept) - (1 if kept and kept[-1][0] == NOT_REPORTED else 0)
+        position = len(kept) - (1 if unreported else 0)
         kept.insert(position, (OTHER, folded))
     tenths = apportion([count for _, count in kept])
     return [Row(value, count, part) for (value, count), part in zip(kept, tenths)]
