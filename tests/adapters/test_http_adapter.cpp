@@ -2,8 +2,8 @@
 // client builds reach the service byte for byte as the fake-based tests expect, and what the
 // service answers comes back whole. The service's journal is read through the same client.
 //
-// The ctest fixture starts the service with tests/adapters/groups.json and a download file of
-// kDownloadSize bytes.
+// The ctest fixture starts the service with tests/adapters/groups.json, tests/adapters/items.ini
+// and a download file of kDownloadSize bytes.
 
 #include <gtest/gtest.h>
 
@@ -229,39 +229,54 @@ TEST_F(HttpAdapterTest, SystemInformationArrivesByteForByteAndIsStoredDecoded) {
 
 TEST_F(HttpAdapterTest, AnalysisPostsTheFilledTemplate) {
     WebServiceAnalysis analysis;
-    analysis.SetItemID(L"71424");
+    analysis.SetItemID(L"2");
     analysis.SetMessageFormat(L"xml");
     analysis.SetFormatVersion(L"2");
     EXPECT_TRUE(analysis.Call());
-    // Nothing was uploaded for the session: the service's error page is the result.
-    EXPECT_EQ(analysis.GetResult(), L"no report for session s1");
+    // Nothing was uploaded for the session: the service says so in its answer.
+    EXPECT_EQ(analysis.GetResult(),
+              L"<Analysis schema=\"1\" status=\"no-upload\" session=\"s1\" user=\"u1\" "
+              L"referrer=\"r1\" item=\"2\"><Item>Memory probe</Item><Message>No upload for "
+              L"session s1.</Message><Verdict level=\"minimum\">unknown</Verdict>"
+              L"<Verdict level=\"recommended\">unknown</Verdict></Analysis>");
 
     const std::string body =
-        "<System><SessionID>s1</SessionID><ItemID>71424</ItemID><UserID>u1</UserID>"
+        "<System><SessionID>s1</SessionID><ItemID>2</ItemID><UserID>u1</UserID>"
         "<Format>xml</Format><Schema>2</Schema></System>";
     const Recorded sent = Only();
     EXPECT_EQ(sent.RequestLine(), "POST /service/Analysis/r1 HTTP/1.1");
-    EXPECT_EQ(sent.status, 404);
+    EXPECT_EQ(sent.status, 200);
     ExpectClientHeaders(sent);
     ExpectPostHeaders(sent, "application/xml", body.size());
     EXPECT_EQ(sent.body, body);
 }
 
-TEST_F(HttpAdapterTest, AnalysisOfAStoredReportReturnsItsValues) {
-    session().GetSystemValues().AddValue(71424, L"abc");
-    session().GetSystemValues().AddValue(71206, L"x");
+TEST_F(HttpAdapterTest, AnalysisOfAStoredReportJudgesItsValues) {
+    session().GetSystemValues().AddValue(71063, L"2.0 GB");
     WebServiceSystemInformation upload;
     upload.Call();
 
     WebServiceAnalysis analysis;
-    analysis.SetItemID(L"71424");
+    analysis.SetItemID(L"2");
     analysis.SetMessageFormat(L"xml");
     analysis.SetFormatVersion(L"2");
     EXPECT_TRUE(analysis.Call());
-    EXPECT_EQ(analysis.GetResult(),
-              L"<Analysis session=\"s1\" item=\"71424\" user=\"u1\" format=\"xml\" schema=\"2\">"
-              L"<Values>2</Values><Item id=\"71424\" count=\"1\"><Value index=\"0\">abc</Value>"
-              L"</Item></Analysis>");
+    // The upload's number and time come before the item; what follows is the verdict.
+    const std::wstring result = analysis.GetResult();
+    EXPECT_EQ(result.rfind(L"<Analysis schema=\"1\" status=\"ok\" session=\"s1\" user=\"u1\" "
+                           L"referrer=\"r1\" item=\"2\" upload=\"",
+                           0),
+              0u)
+        << Narrow(result);
+    const std::size_t item = result.find(L"<Item>");
+    ASSERT_NE(item, std::wstring::npos) << Narrow(result);
+    EXPECT_EQ(result.substr(item),
+              L"<Item>Memory probe</Item><Verdict level=\"minimum\">pass</Verdict>"
+              L"<Verdict level=\"recommended\">fail</Verdict>"
+              L"<Requirement kind=\"memory\" value=\"71063\" label=\"Physical memory\">"
+              L"<Detected>2.0 GB</Detected><Minimum required=\"1 GB\" result=\"pass\">2.0 GB "
+              L"meets 1 GB</Minimum><Recommended required=\"4 GB\" result=\"fail\">2.0 GB is "
+              L"below 4 GB</Recommended></Requirement></Analysis>");
 }
 
 TEST_F(HttpAdapterTest, UploadPostsTheCallersTextAsUtf8) {
@@ -305,20 +320,18 @@ TEST_F(HttpAdapterTest, ErrorPagesAreReturnedAsTheResult) {
 }
 
 TEST_F(HttpAdapterTest, ALongResultIsReadWhole) {
-    // The analysis echoes the stored value, so its answer spans several 2000-byte reads.
-    const std::wstring value(4400, L'\u00e9');
-    session().GetSystemValues().AddValue(71424, value);
-    WebServiceSystemInformation upload;
-    upload.Call();
+    // Item 1's long name makes the answer span several 2000-byte reads.
     WebServiceAnalysis analysis;
-    analysis.SetItemID(L"71424");
+    analysis.SetItemID(L"1");
     analysis.SetMessageFormat(L"f");
     analysis.SetFormatVersion(L"v");
     analysis.Call();
     const std::wstring expected =
-        L"<Analysis session=\"s1\" item=\"71424\" user=\"u1\" format=\"f\" schema=\"v\">"
-        L"<Values>1</Values><Item id=\"71424\" count=\"1\"><Value index=\"0\">" +
-        value + L"</Value></Item></Analysis>";
+        L"<Analysis schema=\"1\" status=\"no-upload\" session=\"s1\" user=\"u1\" "
+        L"referrer=\"r1\" item=\"1\"><Item>" +
+        std::wstring(2200, L'\u00e9') +
+        L"</Item><Message>No upload for session s1.</Message><Verdict level=\"minimum\">"
+        L"unknown</Verdict><Verdict level=\"recommended\">unknown</Verdict></Analysis>";
     EXPECT_EQ(analysis.GetResult(), expected);
     EXPECT_EQ(analysis.GetBytesReceived(), 2u * expected.size());
 }

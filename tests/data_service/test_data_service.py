@@ -1,4 +1,4 @@
-"""Tests of the reference data service over real loopback HTTP."""
+"""Tests of the endpoints the control uses, over real loopback HTTP."""
 
 import base64
 import concurrent.futures
@@ -14,106 +14,8 @@ import tempfile
 import threading
 import unittest
 
-HERE = os.path.dirname(os.path.abspath(__file__))
-SERVICE_DIR = os.path.normpath(os.path.join(HERE, "..", "..", "tools", "data_service"))
-SCRIPT = os.path.join(SERVICE_DIR, "data_service.py")
-sys.path.insert(0, SERVICE_DIR)
-
-import data_service  # noqa: E402
-
-KEY = "5B3D0A47-1E2C-4F88-9A61-C07D2E94B3F5"
-GROUPS = {"demo": [71424, 71206, 71218], "*": [71207]}
-
-
-def control_escape(report):
-    """The control's escaping of the report: & first, then <, then >."""
-    return report.replace("&", "&amp;").replace("<", "&lt;").replace(">", "&gt;")
-
-
-def system_information_body(report):
-    return "<SystemInformation><Data>" + control_escape(report) + "</Data></SystemInformation>"
-
-
-def analysis_body(session, item, user="u1", fmt="xml", schema="1"):
-    return ("<System><SessionID>%s</SessionID><ItemID>%s</ItemID><UserID>%s</UserID>"
-            "<Format>%s</Format><Schema>%s</Schema></System>" % (session, item, user, fmt, schema))
-
-
-def report_of(entries):
-    """A report as the control renders it: (id, index, already-cleaned text) per value."""
-    return "<groups>" + "".join(
-        '<group index="%d" id="%s"><value>%s</value></group>' % (index, gid, text)
-        for gid, index, text in entries) + "</groups>  "
-
-
-class ServiceTestCase(unittest.TestCase):
-    """Starts an in-process service on a free loopback port for each test."""
-
-    server_options = {}
-
-    def setUp(self):
-        options = {"groups": GROUPS}
-        options.update(self.server_options)
-        self.server = data_service.DataService(0, **options)
-        self.port = self.server.port
-        self.thread = threading.Thread(target=self.server.serve_forever,
-                                       kwargs={"poll_interval": 0.05}, daemon=True)
-        self.thread.start()
-
-    def tearDown(self):
-        self.server.shutdown()
-        self.server.server_close()
-        self.thread.join(5)
-
-    # -- clients -----------------------------------------------------------
-
-    def request(self, method, path, body=None, headers=None):
-        conn = http.client.HTTPConnection("127.0.0.1", self.port, timeout=5)
-        try:
-            conn.request(method, path, body=body, headers=headers or {})
-            response = conn.getresponse()
-            return response.status, response.getheader("Content-Type"), response.read()
-        finally:
-            conn.close()
-
-    def control_head(self, verb, path, content_type=None, length=None):
-        """Request head shaped like the control's: its accept type and agent,
-        then the two header lines it adds itself for a POST."""
-        head = "%s %s HTTP/1.1\r\nAccept: text/*\r\nUser-Agent: RIGEL\r\nHost: 127.0.0.1:%d\r\n" % (
-            verb, path, self.port)
-        if content_type is not None:
-            head += "Content-Type: %s; charset=utf-8\r\nContent-Length: %d\r\n" % (
-                content_type, length)
-        return (head + "\r\n").encode("ascii")
-
-    def control_post(self, path, content_type, body):
-        if isinstance(body, str):
-            body = body.encode("utf-8")
-        return self.raw(self.control_head("POST", path, content_type, len(body)) + body)
-
-    def raw(self, data, shutdown_write=False):
-        """Sends bytes as they are and reads one response: (status, headers, body)."""
-        with socket.create_connection(("127.0.0.1", self.port), timeout=5) as sock:
-            sock.sendall(data)
-            if shutdown_write:
-                sock.shutdown(socket.SHUT_WR)
-            response = http.client.HTTPResponse(sock)
-            response.begin()
-            return response.status, dict(response.getheaders()), response.read()
-
-    def upload(self, report, referrer="demo", session="s1"):
-        return self.control_post("/SystemInformation/?refid=%s&sessid=%s" % (referrer, session),
-                                 "text/xml", system_information_body(report))
-
-    def admin(self, what):
-        status, content_type, body = self.request("GET", "/_admin/" + what)
-        self.assertEqual(status, 200)
-        self.assertEqual(content_type, "application/json; charset=utf-8")
-        return json.loads(body.decode("utf-8"))
-
-    def assert_serving(self):
-        status, _, body = self.request("GET", "/Data/Service.svc/Group/list?refid=demo&apikey=" + KEY)
-        self.assertEqual((status, body), (200, b"groups demo\r\n71424|71206|71218\r\n"))
+from service_support import (KEY, SCRIPT, ServiceTestCase, data_service, report_of,
+                             system_information_body)
 
 
 class GroupListTests(ServiceTestCase):
@@ -218,90 +120,6 @@ class SystemInformationTests(ServiceTestCase):
                 status, _, _ = self.request("POST", "/SystemInformation/?refid=r&sessid=s", body,
                                             {"Content-Type": content_type})
                 self.assertEqual(status, expected)
-
-
-class AnalysisTests(ServiceTestCase):
-
-    REPORT = report_of([
-        ("71424", 0, "s1"),
-        ("71357", 0, "Intel &amp; Co &lt;LAN&gt;"),
-        ("71357", 1, "Wireless \u00e9"),
-        ("71207", 0, "{GUID}"),
-    ])
-
-    def analysis(self, body, referrer="demo"):
-        return self.control_post("/service/Analysis/" + referrer, "application/xml", body)
-
-    def test_analysis_counts_values_and_echoes_the_item_group(self):
-        self.upload(self.REPORT, session="s1")
-        status, headers, body = self.analysis(analysis_body("s1", "71357", "u1", "xml", "2"))
-        self.assertEqual(status, 200)
-        self.assertEqual(headers["Content-Type"], "application/xml; charset=utf-8")
-        self.assertEqual(body.decode("utf-8"),
-                         '<Analysis session="s1" item="71357" user="u1" format="xml" schema="2">'
-                         "<Values>4</Values><Item id=\"71357\" count=\"2\">"
-                         '<Value index="0">Intel &amp; Co &lt;LAN&gt;</Value>'
-                         '<Value index="1">Wireless \u00e9</Value></Item></Analysis>')
-
-    def test_item_compares_by_number_in_the_latest_report_of_the_session(self):
-        self.upload(self.REPORT, session="s1")
-        self.upload(report_of([("abc", 0, "x")]), session="s2")
-        cases = [
-            ("s1", "99999", b'<Values>4</Values><Item id="99999" count="0"></Item></Analysis>'),
-            ("s1", "071207", b'<Item id="071207" count="1"><Value index="0">{GUID}</Value></Item>'),
-            # An item without digits matches nothing, not even the same text.
-            ("s2", "abc", b'<Item id="abc" count="0"></Item>'),
-        ]
-        for session, item, expected in cases:
-            with self.subTest(item=item):
-                status, _, body = self.analysis(analysis_body(session, item))
-                self.assertEqual(status, 200)
-                self.assertIn(expected, body)
-
-        self.upload(report_of([("71357", 0, "new")]), session="s1")
-        _, _, body = self.analysis(analysis_body("s1", "71357"))
-        self.assertIn(b'<Values>1</Values><Item id="71357" count="1">'
-                      b'<Value index="0">new</Value></Item>', body)
-
-    def test_unescaped_request_values_are_escaped_in_the_answer(self):
-        self.upload(self.REPORT, session='s"1')
-        status, _, body = self.analysis(analysis_body('s"1', "a&b", "<u>", "x", "1"))
-        self.assertEqual(status, 200)
-        self.assertTrue(body.startswith(b'<Analysis session="s&quot;1" item="a&amp;b" '
-                                        b'user="&lt;u&gt;" format="x" schema="1">'), body)
-
-    def test_no_report_for_the_session(self):
-        self.upload(self.REPORT, session="s1")
-        status, headers, body = self.analysis(analysis_body("s9", "71357"))
-        self.assertEqual((status, body), (404, b"no report for session s9"))
-        self.assertEqual(headers["Content-Type"], "text/plain; charset=utf-8")
-
-    def test_malformed_requests(self):
-        self.upload(self.REPORT, session="s1")
-        cases = {
-            "missing element": b"<System><SessionID>s1</SessionID></System>",
-            "elements out of order": analysis_body("s1", "1").replace(
-                "<ItemID>1</ItemID><UserID>u1</UserID>", "<UserID>u1</UserID><ItemID>1</ItemID>"
-            ).encode(),
-            "not XML": b"hello",
-            "invalid UTF-8": analysis_body("s1", "\udcff").encode("utf-8", "surrogateescape"),
-        }
-        for name, body in cases.items():
-            with self.subTest(name):
-                self.assertEqual(self.analysis(body)[0], 400)
-        status, _, _ = self.request("POST", "/service/Analysis/demo",
-                                    analysis_body("s1", "1").encode(),
-                                    {"Content-Type": "text/xml; charset=utf-8"})
-        self.assertEqual(status, 415)
-        self.assert_serving()
-
-    def test_any_referrer_including_empty_but_only_by_post(self):
-        self.upload(self.REPORT, session="s1")
-        for referrer in ("", "r/with/slash", "x%20y"):
-            with self.subTest(referrer=referrer):
-                self.assertEqual(self.analysis(analysis_body("s1", "1"), referrer)[0], 200)
-        status, headers, _ = self.raw(self.control_head("GET", "/service/Analysis/demo"))
-        self.assertEqual((status, headers["Allow"]), (405, "POST"))
 
 
 class SpeedUploadTests(ServiceTestCase):
@@ -474,11 +292,6 @@ class RobustnessTests(ServiceTestCase):
 
 
 class FunctionTests(unittest.TestCase):
-
-    def test_parse_report_tolerates_a_broken_value_element(self):
-        report = ('<groups><group index="0" id="1"><value>a</value></group>'
-                  '<group index="2" id="3"><value>b</group></groups>  ')
-        self.assertEqual(data_service.parse_report(report), [("1", "0", "a"), ("3", "2", None)])
 
     def test_load_groups_rejects_bad_shapes(self):
         with tempfile.TemporaryDirectory() as folder:

@@ -254,11 +254,13 @@ class SessionScenario:
         self.assertIn(("ERR", 0, "Failure to load widiutil.dll: 126"), errors)
 
     def test_analysis_returns_the_services_answer(self):
+        # 71206 names no item of the service's items file; an unknown Format answers in XML.
         self.assertEqual(
             self.results["analysis"],
-            '<Analysis session="%s" item="71206" user="u9" format="f" schema="v">'
-            '<Values>7</Values><Item id="71206" count="1"><Value index="0">u9</Value></Item>'
-            '</Analysis>' % self.session)
+            '<Analysis schema="1" status="unknown-item" session="%s" user="u9" referrer="e2e" '
+            'item="71206"><Message>No item 71206 in the items file.</Message>'
+            '<Verdict level="minimum">unknown</Verdict><Verdict level="recommended">unknown'
+            '</Verdict></Analysis>' % self.session)
 
     def test_a_new_session_id_reports_and_uploads_again(self):
         self.assertEqual(self.results["report3"],
