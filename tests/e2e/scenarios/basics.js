@@ -2,7 +2,7 @@
 // Nothing here may reach the data service.
 // Usage: cscript //nologo basics.js RESULTS-FILE
 
-try {
+scenario(function () {
     var start = now();
     var info = new ActiveXObject("RigelDetection_Test64.SysInfo");
     var created = now();
@@ -50,10 +50,4 @@ try {
     record("first.user", info.UserID);
     record("second.version", second.Version);
 
-    save();
-    WScript.Quit(0);
-} catch (e) {
-    record("error", e.number + " " + e.description);
-    save();
-    WScript.Quit(1);
-}
+});

@@ -2,7 +2,7 @@
 // them all; a named one is reported in full through debug mode), the browser's identification
 // handed over as a value, then the service's analysis of an item for this session.
 // Usage: cscript //nologo console.js RESULTS-FILE REFERRER USER-AGENT ITEM
-try {
+scenario(function () {
     var info = new ActiveXObject("RigelDetection_Test64.SysInfo");
     var referrer = WScript.Arguments(1);
     if (referrer !== "") {
@@ -14,10 +14,4 @@ try {
     record("report", info.SysInfo);
     record("session", info.SessionID);
     record("analysis", info.Analysis(WScript.Arguments(3), "json", "1"));
-    save();
-    WScript.Quit(0);
-} catch (e) {
-    record("error", e.number + " " + e.description);
-    save();
-    WScript.Quit(1);
-}
+});

@@ -2,7 +2,7 @@
 // failures end up in the log only.
 // Usage: cscript //nologo dead_service.js RESULTS-FILE
 
-try {
+scenario(function () {
     var info = new ActiveXObject("RigelDetection_Test64.SysInfo");
     info.Logging = "7";
     info.ReferrerID = "e2e";
@@ -20,10 +20,4 @@ try {
     record("logging", info.Logging);
     record("debug", info.Debug);
     record("referrer", info.ReferrerID);
-    save();
-    WScript.Quit(0);
-} catch (e) {
-    record("error", e.number + " " + e.description);
-    save();
-    WScript.Quit(1);
-}
+});

@@ -2,7 +2,7 @@
 // Analysis, timed as well. Debug mode reports every value detected, whatever group list arrived.
 // Usage: cscript //nologo hostile.js RESULTS-FILE [analysis]
 
-try {
+scenario(function () {
     var info = new ActiveXObject("RigelDetection_Test64.SysInfo");
     info.Logging = "7";
     info.ReferrerID = "hostile";
@@ -17,10 +17,4 @@ try {
         record("analysis.type", typeof analysis);
         record("analysis", analysis);
     }
-    save();
-    WScript.Quit(0);
-} catch (e) {
-    record("error", e.number + " " + e.description);
-    save();
-    WScript.Quit(1);
-}
+});

@@ -3,7 +3,7 @@
 // that file's version resource.
 // Usage: cscript //nologo installed.js RESULTS-FILE REFERRER [DLL]
 
-try {
+scenario(function () {
     if (WScript.Arguments.length > 2) {
         var files = new ActiveXObject("Scripting.FileSystemObject");
         record("file_version", files.GetFileVersion(WScript.Arguments(2)));
@@ -12,10 +12,4 @@ try {
     record("version", info.Version);
     info.ReferrerID = WScript.Arguments(1);
     record("sysinfo", info.SysInfo);
-    save();
-    WScript.Quit(0);
-} catch (e) {
-    record("error", e.number + " " + e.description);
-    save();
-    WScript.Quit(1);
-}
+});

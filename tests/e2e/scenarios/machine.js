@@ -1,7 +1,7 @@
 // A whole detection pass on Wine's machine with the profile the runner staged in the registry:
 // debug mode reports every group, so the report holds everything the detectors stored.
 // Usage: cscript //nologo machine.js RESULTS-FILE USER-AGENT
-try {
+scenario(function () {
     var info = new ActiveXObject("RigelDetection_Test64.SysInfo");
     info.Debug = "1";
     info.Configure("<referrer_id>e2e</referrer_id><groups>" +
@@ -10,10 +10,4 @@ try {
     var start = now();
     record("report", info.SysInfo);
     record("ms.detection", now() - start);
-    save();
-    WScript.Quit(0);
-} catch (e) {
-    record("error", e.number + " " + e.description);
-    save();
-    WScript.Quit(1);
-}
+});

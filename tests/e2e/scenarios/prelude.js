@@ -18,3 +18,17 @@ function save() {
 function now() {
     return new Date().getTime();
 }
+
+// Runs a scenario and saves what it recorded. cscript prints nothing and exits 0 on an uncaught
+// script error, so an error is recorded as the result "error" and the exit code is 1.
+function scenario(body) {
+    try {
+        body();
+        save();
+        WScript.Quit(0);
+    } catch (e) {
+        record("error", e.number + " " + e.description);
+        save();
+        WScript.Quit(1);
+    }
+}

@@ -3,7 +3,7 @@
 // A value that cannot be read is recorded under its path with " (missing)" appended.
 // Usage: cscript //nologo registry.js RESULTS-FILE PATH...
 
-try {
+scenario(function () {
     var shell = new ActiveXObject("WScript.Shell");
     for (var i = 1; i < WScript.Arguments.length; ++i) {
         var path = WScript.Arguments(i);
@@ -13,10 +13,4 @@ try {
             record(path + " (missing)", missing.number);
         }
     }
-    save();
-    WScript.Quit(0);
-} catch (e) {
-    record("error", e.number + " " + e.description);
-    save();
-    WScript.Quit(1);
-}
+});

@@ -12,7 +12,7 @@ var CONFIGURATION =
     "<group index=\"0\" id=\"71466\"><value>Yes</value></group>" +
     "</groups>";
 
-try {
+scenario(function () {
     var info = new ActiveXObject("RigelDetection_Test64.SysInfo");
     record("session", info.SessionID);
     info.Logging = "3";
@@ -47,10 +47,4 @@ try {
     info.SessionID = "e2e-second-session";
     record("report3", info.SysInfo);
 
-    save();
-    WScript.Quit(0);
-} catch (e) {
-    record("error", e.number + " " + e.description);
-    save();
-    WScript.Quit(1);
-}
+});

@@ -2,17 +2,11 @@
 // library beside the control: records the values the software and applications detectors stored.
 // Usage: cscript //nologo staged_software.js RESULTS-FILE VALUE-ID...
 
-try {
+scenario(function () {
     var info = new ActiveXObject("RigelDetection_Test64.SysInfo");
     info.Detect();
     for (var i = 1; i < WScript.Arguments.length; ++i) {
         var id = WScript.Arguments(i);
         record(id, info.Value(id));
     }
-    save();
-    WScript.Quit(0);
-} catch (e) {
-    record("error", e.number + " " + e.description);
-    save();
-    WScript.Quit(1);
-}
+});
