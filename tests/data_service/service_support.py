@@ -1,13 +1,16 @@
 """What the data service's tests share: an in-process service on a free loopback port, clients
-shaped like the control, and report texts as the control writes them."""
+shaped like the control, report texts as the control writes them, and scratch files."""
 
 import http.client
 import json
 import os
+import shutil
 import socket
 import sys
+import tempfile
 import threading
 import unittest
+import urllib.parse
 
 HERE = os.path.dirname(os.path.abspath(__file__))
 SERVICE_DIR = os.path.normpath(os.path.join(HERE, "..", "..", "tools", "data_service"))
@@ -18,6 +21,12 @@ import data_service  # noqa: E402
 
 KEY = "5B3D0A47-1E2C-4F88-9A61-C07D2E94B3F5"
 GROUPS = {"demo": [71424, 71206, 71218], "*": [71207]}
+SPEED = "/Data/Service.svc/upload?apikey=" + KEY
+DEMO_GROUPS = b"groups demo\r\n71424|71206|71218\r\n"
+
+
+def group_list_path(referrer, key=KEY):
+    return "/Data/Service.svc/Group/list?refid=%s&apikey=%s" % (referrer, key)
 
 
 def control_escape(report):
@@ -39,6 +48,26 @@ def report_of(entries):
     return "<groups>" + "".join(
         '<group index="%d" id="%s"><value>%s</value></group>' % (index, gid, text)
         for gid, index, text in entries) + "</groups>  "
+
+
+def scratch_file(test, name, content):
+    """A file holding content (text or bytes) in a folder removed after the test."""
+    folder = tempfile.mkdtemp()
+    test.addCleanup(shutil.rmtree, folder)
+    path = os.path.join(folder, name)
+    with open(path, "wb") as handle:
+        handle.write(content.encode("utf-8") if isinstance(content, str) else content)
+    return path
+
+
+def loaded(test, load, name, content):
+    """What load makes of a file named name holding content: its result, or the text of the
+    ValueError it raises with the file's folder left out."""
+    path = scratch_file(test, name, content)
+    try:
+        return load(path)
+    except ValueError as error:
+        return str(error).replace(path, name)
 
 
 class ServiceTestCase(unittest.TestCase):
@@ -71,6 +100,18 @@ class ServiceTestCase(unittest.TestCase):
         finally:
             conn.close()
 
+    def page(self, path):
+        status, content_type, body = self.request("GET", path)
+        self.assertEqual((status, content_type), (200, "text/html; charset=utf-8"), body[:300])
+        return body.decode("utf-8")
+
+    def post_form(self, path, fields, headers=None):
+        return self.request("POST", path, urllib.parse.urlencode(fields).encode(), dict(
+            {"Content-Type": "application/x-www-form-urlencoded"}, **(headers or {})))
+
+    def group_list(self, referrer):
+        return self.request("GET", group_list_path(referrer))[2]
+
     def control_head(self, verb, path, content_type=None, length=None):
         """Request head shaped like the control's: its accept type and agent,
         then the two header lines it adds itself for a POST."""
@@ -102,11 +143,8 @@ class ServiceTestCase(unittest.TestCase):
 
     def admin(self, what):
         status, content_type, body = self.request("GET", "/_admin/" + what)
-        self.assertEqual(status, 200)
-        self.assertEqual(content_type, "application/json; charset=utf-8")
+        self.assertEqual((status, content_type), (200, "application/json; charset=utf-8"))
         return json.loads(body.decode("utf-8"))
 
     def assert_serving(self):
-        status, _, body = self.request("GET",
-                                       "/Data/Service.svc/Group/list?refid=demo&apikey=" + KEY)
-        self.assertEqual((status, body), (200, b"groups demo\r\n71424|71206|71218\r\n"))
+        self.assertEqual(self.request("GET", group_list_path("demo"))[::2], (200, DEMO_GROUPS))
