@@ -1,11 +1,9 @@
 """Reading stored reports, the catalogue file, and what is derived from a report: the machine
 key, the facts, the difference between two uploads and the fleet's shares."""
 
-import os
-import tempfile
 import unittest
 
-from service_support import report_of
+from service_support import loaded, report_of
 
 import catalogue
 import fleet
@@ -17,35 +15,26 @@ STABLE = [("71386", 0, "1F8BFBFF000A0671"), ("71061", 0, "Xeon"), ("71171", 0, "
           ("71075", 1, "100.0 GB"), ("71406", 0, "A4A04304")]
 
 
-def entries_of(report):
-    return [(e.id_text, e.number, e.index_text, e.index, e.value, e.truncated)
-            for e in parse(report)]
-
-
 class ReportReadingTests(unittest.TestCase):
 
-    def test_values_come_back_unescaped_once_with_their_ids_and_indices(self):
-        report = report_of([("71061", 0, "Intel &amp;lt;X&amp;gt; &lt;b&gt;"),
-                            ("071207", 0, "guid"), ("71075", 12, "1.0 GB")])
-        self.assertEqual(entries_of(report), [
-            ("71061", 71061, "0", 0, "Intel &lt;X&gt; <b>", False),
-            ("071207", 71207, "0", 0, "guid", False),
-            ("71075", 71075, "12", 12, "1.0 GB", False),
-        ])
+    def test_group_elements_whole_odd_or_broken_are_kept(self):
+        def group(attributes, rest="<value>x</value></group>"):
+            return "<group %s>%s" % (attributes, rest)
 
-    def test_odd_and_broken_group_elements_are_kept(self):
         cases = [
-            ("unknown ID", '<group index="0" id="99999"><value>x</value></group>',
-             [("99999", 99999, "0", 0, "x", False)]),
-            ("ID without digits", '<group index="0" id="abc"><value>x</value></group>',
-             [("abc", None, "0", 0, "x", False)]),
-            ("ID of a million digits", '<group index="0" id="%s"><value>x</value></group>'
-             % ("7" * 1000000), [("7" * 1000000, None, "0", 0, "x", False)]),
-            ("index that is no number", '<group index="-1" id="71061"><value>x</value></group>',
+            ("unescaped once", report_of([("71061", 0, "Intel &amp;lt;X&amp;gt; &lt;b&gt;")]),
+             [("71061", 71061, "0", 0, "Intel &lt;X&gt; <b>", False)]),
+            ("ID with a leading zero, index 12", report_of([("071207", 12, "guid")]),
+             [("071207", 71207, "12", 12, "guid", False)]),
+            ("unknown ID", group('index="0" id="99999"'), [("99999", 99999, "0", 0, "x", False)]),
+            ("ID without digits", group('index="0" id="abc"'), [("abc", None, "0", 0, "x", False)]),
+            ("ID of a million digits", group('index="0" id="%s"' % ("7" * 1000000)),
+             [("7" * 1000000, None, "0", 0, "x", False)]),
+            ("index that is no number", group('index="-1" id="71061"'),
              [("71061", 71061, "-1", None, "x", False)]),
-            ("attributes swapped", '<group id="71061" index="2"><value>x</value></group>',
+            ("attributes swapped", group('id="71061" index="2"'),
              [("71061", 71061, "2", 2, "x", False)]),
-            ("no value element", '<group index="0" id="71061"></group>',
+            ("no value element", group('index="0" id="71061"', "</group>"),
              [("71061", 71061, "0", 0, None, False)]),
             ("cut inside a value", '<groups><group index="0" id="1"><value>a</value></group>'
              '<group index="0" id="71061"><value>Intel Co',
@@ -57,10 +46,11 @@ class ReportReadingTests(unittest.TestCase):
         ]
         for name, report, expected in cases:
             with self.subTest(name):
-                self.assertEqual(entries_of(report), expected)
+                self.assertEqual([(e.id_text, e.number, e.index_text, e.index, e.value,
+                                   e.truncated) for e in parse(report)], expected)
 
     def test_hostile_repetitions_are_read_in_one_pass(self):
-        # Either shape makes a backtracking scan quadratic; here they give one or two entries.
+        # Either shape makes a backtracking scan quadratic; here they give one entry each.
         opened = '<group index="0" id="1"><value>' * 100000
         self.assertEqual(len(parse(opened + "</value></group>")), 1)
         self.assertEqual(len(parse("<group " * 300000)), 1)
@@ -70,24 +60,13 @@ class ReportReadingTests(unittest.TestCase):
     def test_lookups_order_by_index_and_the_later_of_equal_keys_wins(self):
         report = Report(report_of([("71064", 1, "second"), ("71064", 0, "first"),
                                    ("71063", 0, "1.0 GB"), ("71063", 0, "2.0 GB")]))
-        self.assertEqual(report.values(71064), ["first", "second"])
-        self.assertEqual(report.first(71064), "first")
-        self.assertIsNone(report.first(71060))
+        self.assertEqual((report.values(71064), report.first(71064), report.first(71060)),
+                         (["first", "second"], "first", None))
         self.assertEqual(report.mapping()[(71063, 0)], "2.0 GB")
         self.assertEqual(Entry("071063", "00", "x").key, (71063, 0))
 
 
 class CatalogueFileTests(unittest.TestCase):
-
-    def load(self, text):
-        with tempfile.TemporaryDirectory() as folder:
-            path = os.path.join(folder, "catalogue.csv")
-            with open(path, "w", encoding="utf-8") as handle:
-                handle.write(text)
-            try:
-                return catalogue.load(path)
-            except catalogue.CatalogueError as error:
-                return str(error).replace(path, "catalogue.csv")
 
     def test_mistakes_are_named_by_line(self):
         header = "id,component,label,kind,repeats\n"
@@ -109,39 +88,35 @@ class CatalogueFileTests(unittest.TestCase):
         ]
         for text, message in cases:
             with self.subTest(message=message):
-                self.assertEqual(self.load(text), message)
+                self.assertEqual(loaded(self, catalogue.load, "catalogue.csv", text), message)
 
     def test_components_keep_the_order_of_their_first_rows(self):
-        loaded = self.load("id,component,label,kind,repeats\n1,B,One,name,\n2,A,Two,size,Disks\n"
-                           "3,B,Three,count,\n")
-        self.assertEqual(loaded.components, ["B", "A"])
-        self.assertEqual([e.label for e in loaded.in_component("B")], ["One", "Three"])
-        self.assertEqual((loaded.label(2), loaded.get(2).repeated, loaded.label(4)),
+        found = loaded(self, catalogue.load, "catalogue.csv", "id,component,label,kind,repeats\n"
+                       "1,B,One,name,\n2,A,Two,size,Disks\n3,B,Three,count,\n")
+        self.assertEqual(found.components, ["B", "A"])
+        self.assertEqual([e.label for e in found.in_component("B")], ["One", "Three"])
+        self.assertEqual((found.label(2), found.get(2).repeated, found.label(4)),
                          ("Two", True, "Value 4"))
-        self.assertEqual(loaded.get(3).heading(), "Three (3)")
+        self.assertEqual(found.get(3).heading(), "Three (3)")
 
 
 class MachineTests(unittest.TestCase):
 
-    def key(self, entries):
-        return machine.machine_key(Report(report_of(entries)))
+    def test_the_key_follows_the_stable_values_only(self):
+        def key(entries):
+            return machine.machine_key(Report(report_of(entries)))
 
-    def test_the_key_ignores_what_changes_between_detections(self):
-        first = self.key(STABLE + [("71207", 0, "GUID-1"), ("71076", 0, "10.0 GB"),
-                                   ("71424", 0, "s1"), ("71069", 0, "1.0 Mbps")])
-        second = self.key(list(reversed(STABLE)) + [("71207", 0, "GUID-2"),
-                                                    ("71076", 0, "9.0 GB")])
-        self.assertEqual(first, second)
-        self.assertRegex(first, "^[0-9a-f]{16}$")
-
-    def test_the_key_changes_with_a_stable_value(self):
-        base = self.key(STABLE)
+        base = key(STABLE + [("71207", 0, "GUID-1"), ("71076", 0, "10.0 GB"), ("71424", 0, "s1"),
+                             ("71069", 0, "1.0 Mbps")])
+        self.assertRegex(base, "^[0-9a-f]{16}$")
+        self.assertEqual(key(list(reversed(STABLE)) + [("71207", 0, "GUID-2"),
+                                                       ("71076", 0, "9.0 GB")]), base)
         for changed in (("71406", 0, "B4A04304"), ("71075", 1, "120.0 GB"),
-                        ("71425", 0, "00 FF FF"), ("71061", 0, "Xeon 2")):
+                        ("71425", 0, "00 FF FF"), ("71061", 0, "Xeon 2"), ("71431", 0, "Disk 2")):
             with self.subTest(changed=changed):
                 others = [entry for entry in STABLE if entry[:2] != changed[:2]]
-                self.assertNotEqual(self.key(others + [changed]), base)
-        self.assertIsNone(self.key([("71207", 0, "GUID"), ("71061", 0, "  ")]))
+                self.assertNotEqual(key(others + [changed]), base)
+        self.assertIsNone(key([("71207", 0, "GUID"), ("71061", 0, "  ")]))
 
     def test_memory_falls_into_ranges_between_powers_of_two(self):
         for text, bucket in (("512.0 MB", "1 GB or less"), ("1.0 GB", "1 GB or less"),
@@ -166,12 +141,10 @@ class MachineTests(unittest.TestCase):
                                   ("71075", 1, "2.0 GB"), ("71061", 0, "same")]))
         newer = Report(report_of([("71207", 0, "B"), ("71075", 0, "1.0 GB"),
                                   ("71061", 0, "same"), ("71406", 0, "MON")]))
-        added, removed, changed = machine.difference(older, newer)
-        summary = [[(c.key, c.before, c.after) for c in group]
-                   for group in (added, removed, changed)]
-        self.assertEqual(summary, [[((71406, 0), None, "MON")],
-                                   [((71075, 1), "2.0 GB", None)],
-                                   [((71207, 0), "A", "B")]])
+        self.assertEqual([[(c.key, c.before, c.after) for c in group]
+                          for group in machine.difference(older, newer)],
+                         [[((71406, 0), None, "MON")], [((71075, 1), "2.0 GB", None)],
+                          [((71207, 0), "A", "B")]])
 
 
 class FleetTests(unittest.TestCase):
@@ -188,15 +161,15 @@ class FleetTests(unittest.TestCase):
     def test_small_groups_fold_into_other_and_unreported_stays_last(self):
         facts = [{"os": "Win 7"}] * 3 + [{"os": "Win 8"}] * 2 + [{"os": "XP"}, {"os": "2000"},
                                                                  {"os": None}]
-        self.assertEqual(fleet.table(facts, "os", 1), [
-            fleet.Row("Win 7", 3, 375), fleet.Row("Win 8", 2, 250), fleet.Row("2000", 1, 125),
-            fleet.Row("XP", 1, 125), fleet.Row(machine.NOT_REPORTED, 1, 125)])
-        self.assertEqual(fleet.table(facts, "os", 2), [
-            fleet.Row("Win 7", 3, 375), fleet.Row("Win 8", 2, 250), fleet.Row("Other", 2, 250),
-            fleet.Row(machine.NOT_REPORTED, 1, 125)])
-        self.assertEqual(fleet.table(facts, "os", 1, max_rows=1), [
-            fleet.Row("Win 7", 3, 375), fleet.Row("Other", 4, 500),
-            fleet.Row(machine.NOT_REPORTED, 1, 125)])
+        win7, unreported = fleet.Row("Win 7", 3, 375), fleet.Row(machine.NOT_REPORTED, 1, 125)
+        for fold, max_rows, rows in (
+                (1, 30, [win7, fleet.Row("Win 8", 2, 250), fleet.Row("2000", 1, 125),
+                         fleet.Row("XP", 1, 125), unreported]),
+                (2, 30, [win7, fleet.Row("Win 8", 2, 250), fleet.Row("Other", 2, 250),
+                         unreported]),
+                (1, 1, [win7, fleet.Row("Other", 4, 500), unreported])):
+            with self.subTest(fold=fold, max_rows=max_rows):
+                self.assertEqual(fleet.table(facts, "os", fold, max_rows), rows)
 
 
 if __name__ == "__main__":
