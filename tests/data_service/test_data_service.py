@@ -293,7 +293,8 @@ class StartUpTests(unittest.TestCase):
             # A message ending in ": " goes on with the system's own text. Without --groups the
             # sample groups file is loaded, so only the port fails.
             for args, code, message in (
-                    (["--groups", groups], 2, "cannot load groups: "),
+                    (["--groups", groups], 2, "cannot load groups: %s line 1 column 2: "
+                     "Expecting property name enclosed in double quotes" % groups),
                     (["--items", typo], 2, "cannot load items: %s line 4: unknown requirement "
                      "'procesor speed'; known: memory, free disk space, processor speed, "
                      "processor count, operating system version, directx version, screen "

@@ -53,7 +53,11 @@ def is_loopback(host):
 def load_groups(path):
     """Reads the referrer → group numbers file; raises ValueError on a bad shape."""
     with open(path, "r", encoding="utf-8") as handle:
-        data = json.load(handle)
+        try:
+            data = json.load(handle)
+        except json.JSONDecodeError as error:
+            raise ValueError("%s line %d column %d: %s"
+                             % (path, error.lineno, error.colno, error.msg)) from None
     if not isinstance(data, dict):
         raise ValueError("%s: top level must be an object" % path)
     for referrer, groups in data.items():
