@@ -5,7 +5,6 @@
 #include <vector>
 
 #include "core/system.h"
-#include "detect/devices/diagnostics_tree.h"
 #include "detect/devices/direct_x_10.h"
 #include "detect/devices/direct_x_11.h"
 #include "detect/devices/direct_x_8.h"
@@ -142,11 +141,7 @@ void Store(GpuInfo& record, std::uint32_t index) {
 
 }  // namespace
 
-GPU::GPU() : Detector(L"rigel::GPU::Detect", L"Error in GPU::Detect") {
-    // The diagnostics tree takes longest of all the sources to read: it starts now, when the
-    // pass makes its detectors, so that it is read while the detectors before this one run.
-    DiagnosticsTree::Instance();
-}
+GPU::GPU() : Detector(L"rigel::GPU::Detect", L"Error in GPU::Detect") {}
 
 void GPU::Run() {
     const SourceList setup =

@@ -4,7 +4,6 @@
 #include <cstdint>
 #include <map>
 #include <string>
-#include <thread>
 #include <utility>
 #include <vector>
 
@@ -39,7 +38,6 @@ class FakeDiagnostics : public Diagnostics {
     // What was asked.
     DiagnosticsParameters parameters;
     int providerInitializations = 0;
-    std::thread::id initializingThread;  // the thread that last initialised a provider
     int comInitializations = 0;
     int comUninitializations = 0;
 
