@@ -188,6 +188,12 @@ class Debugger {
             sawInitialBreakpoint_ = true;
             return DBG_CONTINUE;
         }
+        if (info.dwFirstChance == 0) {
+            // The program is about to die of it: say where, since its exit code alone hides it.
+            std::fwprintf(stderr, L"debug_capture: unhandled exception 0x%08lX at %p\n",
+                          static_cast<unsigned long>(info.ExceptionRecord.ExceptionCode),
+                          info.ExceptionRecord.ExceptionAddress);
+        }
         return static_cast<DWORD>(DBG_EXCEPTION_NOT_HANDLED);
     }
 
