@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "detect/devices/direct_x_10.h"
@@ -301,13 +302,26 @@ TEST(GraphicsSourceTest, DxDiagReadsEachDisplayDevice) {
     EXPECT_EQ(Text(list[1].name), L"Second");
     EXPECT_EQ(Text(list[1].driverVersion), L"0.0");
     EXPECT_EQ(list[1].totalRam.GetBytes(), 0u);
-    // Only the provider itself stays.
-    EXPECT_EQ(machine.diagnostics.LiveObjectCount(), 1u);
+    // The tree is copied out on a thread of its own, so the provider and its containers are
+    // released there.
+    EXPECT_NE(machine.diagnostics.initializingThread, std::this_thread::get_id());
+    EXPECT_EQ(machine.diagnostics.LiveObjectCount(), 0u);
     EXPECT_TRUE(Logged(machine, L"TRACE | Container: 0"));
     EXPECT_TRUE(Logged(machine, L"TRACE | Name: szDisplayMemoryEnglish"));
     EXPECT_TRUE(Logged(machine, L"TRACE | Getting Device ID: "));
     EXPECT_TRUE(
         Logged(machine, L"TRACE | Got Device ID: PCI\\VEN_8086&DEV_0046&SUBSYS_00000000&REV_02"));
+}
+
+TEST(GraphicsSourceTest, DxDiagTakesAtMostSixtyFourDevices) {
+    test::FakeMachine machine;
+    for (int index = 0; index < 70; ++index)
+        DisplayDevice(machine, std::to_wstring(index))
+            .Set(L"szDescription", FakeDiagnostics::Text(L"GPU " + std::to_wstring(index)));
+    std::vector<GpuInfo> list;
+    DXDiag::Instance().GetGpuInfo(list);
+    ASSERT_EQ(list.size(), 64u);
+    EXPECT_EQ(Text(list.back().name), L"GPU 63");
 }
 
 TEST(GraphicsSourceTest, DxDiagRoundsDisplayMemoryJustBelowAPowerOfTwo) {

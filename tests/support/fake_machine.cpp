@@ -2,7 +2,7 @@
 
 #include "core/components.h"
 #include "core/system.h"
-#include "detect/devices/diagnostics_provider.h"
+#include "detect/devices/diagnostics_tree.h"
 #include "detect/devices/direct_x_10.h"
 #include "detect/devices/direct_x_11.h"
 #include "detect/devices/direct_x_8.h"
@@ -61,7 +61,7 @@ void FreshProcessState() {
     DirectX_8::DestroyInstanceForTesting();
     DirectX_9::DestroyInstanceForTesting();
     DXDiag::DestroyInstanceForTesting();
-    DiagnosticsProvider::DestroyInstanceForTesting();
+    DiagnosticsTree::DestroyInstanceForTesting();
     DXGI::DestroyInstanceForTesting();
     DirectX_10::DestroyInstanceForTesting();
     DirectX_11::DestroyInstanceForTesting();

@@ -3,7 +3,7 @@
 #include <cwchar>
 
 #include "core/system.h"
-#include "detect/devices/diagnostics_provider.h"
+#include "detect/devices/diagnostics_tree.h"
 #include "detect/devices/direct_x_11.h"
 #include "detect/platform/file_version.h"
 #include "os/diagnostics.h"
@@ -62,48 +62,22 @@ constexpr FileStep kFileSteps[] = {
     {L"\\d3d9.dll", 0, 0, 9, 0, L' '},
 };
 
-// The diagnostics containers and a provider of its own release before COM is uninitialised.
-class ComScope {
-  public:
-    explicit ComScope(os::Diagnostics& diagnostics)
-        : diagnostics_(diagnostics), status_(diagnostics.InitializeCom()) {}
-    ~ComScope() {
-        if (status_ >= 0) diagnostics_.UninitializeCom();
-    }
-    ComScope(const ComScope&) = delete;
-    ComScope& operator=(const ComScope&) = delete;
-
-    // The thread was in an apartment before this scope, one that outlives it.
-    bool InApartmentAlready() const {
-        return status_ == os::Diagnostics::kFalse || status_ == os::Diagnostics::kChangedMode;
-    }
-
-  private:
-    os::Diagnostics& diagnostics_;
-    std::int32_t status_;
-};
-
-using DiagnosticsObject = os::UniqueComObject<os::Diagnostics>;
-
-DiagnosticsObject Own(os::Diagnostics& diagnostics, os::ComObject object) {
-    return DiagnosticsObject(object, os::ComReleaser<os::Diagnostics>(diagnostics));
-}
-
-bool ReadNumber(os::Diagnostics& diagnostics, const DiagnosticsObject& container,
-                const wchar_t* name, std::uint32_t& number) {
-    os::DiagnosticsValue value;
-    if (diagnostics.GetProperty(container.get(), name, value) < 0) return false;
-    if (value.type != os::Diagnostics::kVtUi4) return false;
-    number = value.number;
+bool ReadNumber(const DiagnosticsSnapshot::Properties& properties, const wchar_t* name,
+                std::uint32_t& number) {
+    const auto found = properties.find(name);
+    if (found == properties.end() || found->second.type != os::Diagnostics::kVtUi4) return false;
+    number = found->second.number;
     return true;
 }
 
-bool ReadLetter(os::Diagnostics& diagnostics, const DiagnosticsObject& container,
-                const wchar_t* name, wchar_t& letter) {
-    os::DiagnosticsValue value;
-    if (diagnostics.GetProperty(container.get(), name, value) < 0) return false;
-    if (value.type != os::Diagnostics::kVtBstr || value.text.empty()) return false;
-    letter = value.text[0];
+bool ReadLetter(const DiagnosticsSnapshot::Properties& properties, const wchar_t* name,
+                wchar_t& letter) {
+    const auto found = properties.find(name);
+    if (found == properties.end() || found->second.type != os::Diagnostics::kVtBstr ||
+        found->second.text.empty()) {
+        return false;
+    }
+    letter = found->second.text[0];
     return true;
 }
 
@@ -134,31 +108,13 @@ std::wstring DirectX::GetDirectXVersion(std::size_t capacity) {
 }
 
 bool DirectX::GetDirectXVersionFromDxDiag(Version& version) {
-    os::Diagnostics& diagnostics = *os::Current().diagnostics;
-    const ComScope com(diagnostics);
-    // The shared provider lives as long as the process, so it is taken only in an apartment that
-    // outlives this scope, as the scripting host's does; in an apartment that this scope opens, a
-    // provider of its own is made and released before the apartment closes.
-    DiagnosticsObject own = Own(diagnostics, 0);
-    os::ComObject provider = 0;
-    if (com.InApartmentAlready()) {
-        provider = DiagnosticsProvider::Instance().Get();
-    } else {
-        own = DiagnosticsProvider::Create(diagnostics);
-        provider = own.get();
-    }
-    if (provider == 0) return false;
-    os::ComObject rootObject = 0;
-    if (diagnostics.GetRootContainer(provider, rootObject) < 0) return false;
-    const DiagnosticsObject root = Own(diagnostics, rootObject);
-    os::ComObject systemObject = 0;
-    if (diagnostics.GetChildContainer(root.get(), L"DxDiag_SystemInfo", systemObject) < 0)
-        return false;
-    const DiagnosticsObject system = Own(diagnostics, systemObject);
+    const DiagnosticsSnapshot* snapshot = DiagnosticsTree::Instance().Get();
+    if (snapshot == nullptr) return false;
+    const DiagnosticsSnapshot::Properties& system = snapshot->systemInfo;
     Version read;
-    const bool major = ReadNumber(diagnostics, system, L"dwDirectXVersionMajor", read.major);
-    const bool minor = ReadNumber(diagnostics, system, L"dwDirectXVersionMinor", read.minor);
-    const bool letter = ReadLetter(diagnostics, system, L"szDirectXVersionLetter", read.letter);
+    const bool major = ReadNumber(system, L"dwDirectXVersionMajor", read.major);
+    const bool minor = ReadNumber(system, L"dwDirectXVersionMinor", read.minor);
+    const bool letter = ReadLetter(system, L"szDirectXVersionLetter", read.letter);
     if (!major || !minor || !letter) return false;
     version = read;
     return true;

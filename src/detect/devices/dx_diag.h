@@ -4,14 +4,14 @@
 #include <string>
 #include <vector>
 
+#include "detect/devices/diagnostics_tree.h"
 #include "detect/devices/gpu_info.h"
-#include "os/diagnostics.h"
 #include "values/source.h"
 
 namespace rigel {
 
-// The graphics adapters as the DirectX diagnostics provider describes them, through the provider
-// the process shares (DiagnosticsProvider); without it the source answers nothing.
+// The graphics adapters as the DirectX diagnostics provider describes them, from the tree the
+// process reads once (DiagnosticsTree); without it the source answers nothing.
 class DXDiag : public Source {
   public:
     static DXDiag& Instance();
@@ -24,20 +24,16 @@ class DXDiag : public Source {
     void GetGpuInfo(std::vector<GpuInfo>& list);
 
   private:
-    using Object = os::UniqueComObject<os::Diagnostics>;
-
     DXDiag();
     bool Initialize();
-    Object Own(os::ComObject object);
-    Object Child(const Object& container, const std::wstring& name);
-    void ReadDevice(const Object& devices, std::uint32_t index, std::vector<GpuInfo>& list);
-    void LogPropertyNames(const Object& device);
-    GpuInfo ReadProperties(const Object& device);
-    // The property's text when it can be read.
-    bool ReadText(const Object& container, const std::wstring& name, std::wstring& text);
+    void ReadDevice(const DiagnosticsSnapshot::Device& device, std::vector<GpuInfo>& list);
+    void LogPropertyNames(const DiagnosticsSnapshot::Device& device);
+    GpuInfo ReadProperties(const DiagnosticsSnapshot::Device& device);
+    // The property's text when it could be read.
+    static bool ReadText(const DiagnosticsSnapshot::Device& device, const wchar_t* name,
+                         std::wstring& text);
 
-    os::Diagnostics* diagnostics_;
-    os::ComObject provider_ = 0;  // shared, not owned
+    const DiagnosticsSnapshot* snapshot_ = nullptr;  // the tree's, not owned
     bool initialized_ = false;
 };
 

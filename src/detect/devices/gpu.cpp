@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "core/system.h"
+#include "detect/devices/diagnostics_tree.h"
 #include "detect/devices/direct_x_10.h"
 #include "detect/devices/direct_x_11.h"
 #include "detect/devices/direct_x_8.h"
@@ -141,7 +142,19 @@ void Store(GpuInfo& record, std::uint32_t index) {
 
 }  // namespace
 
-GPU::GPU() : Detector(L"rigel::GPU::Detect", L"Error in GPU::Detect") {}
+GPU::GPU() : Detector(L"rigel::GPU::Detect", L"Error in GPU::Detect") {
+    // The diagnostics tree takes longest of all the sources to read: it starts now, when the
+    // pass makes its detectors, so that it is read while the processor detector runs. The
+    // provider initialises only while no WMI read runs (WmiMutex); loading it takes long enough
+    // that the processor's WMI read, the first thing its detector does, usually goes first.
+    DiagnosticsTree::Instance();
+}
+
+GPU::~GPU() {
+    // The read ends with the pass that started it, even when this detector never asked for it:
+    // once the pass is over nothing holds the module in memory.
+    DiagnosticsTree::Wait();
+}
 
 void GPU::Run() {
     const SourceList setup =

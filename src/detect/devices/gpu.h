@@ -11,6 +11,7 @@ namespace rigel {
 class GPU : public Detector {
   public:
     GPU();
+    ~GPU() override;
 
   protected:
     void Run() override;

@@ -1,8 +1,10 @@
 #include "detect/platform/wmi.h"
 
+#include <mutex>
 #include <utility>
 
 #include "core/exception.h"
+#include "detect/platform/wmi_mutex.h"
 #include "diag/log.h"
 #include "diag/scope_trace.h"
 #include "os/services.h"
@@ -63,6 +65,7 @@ os::UniqueWmiObject WMI::Object(os::WmiObject object) {
 
 void WMI::Init() {
     ScopeTrace trace(L"rigel::WMI::Init");
+    const std::lock_guard<std::mutex> lock(WmiMutex());
     try {
         os::WmiObject locator = 0;
         os::WmiObject services = 0;
@@ -141,6 +144,7 @@ bool WMI::ReadText(const os::UniqueWmiObject& row, const std::wstring& name, Nam
 
 bool WMI::GetCpuInfo(CpuInfo& info) {
     if (!initialised_) return false;
+    const std::lock_guard<std::mutex> lock(WmiMutex());
     try {
         const auto enumerator = ExecQuery(L"SELECT * FROM Win32_Processor");
         if (!enumerator) return true;
@@ -162,6 +166,7 @@ bool WMI::GetCpuInfo(CpuInfo& info) {
 
 bool WMI::GetBiosValues(BiosInfo& bios) {
     if (!initialised_) return false;
+    const std::lock_guard<std::mutex> lock(WmiMutex());
     bool rowRead = false;
     try {
         const auto enumerator = ExecQuery(L"SELECT * FROM Win32_BIOS");
@@ -180,6 +185,7 @@ bool WMI::GetBiosValues(BiosInfo& bios) {
 
 bool WMI::GetMotherboardValues(SoundInfo& board) {
     if (!initialised_) return false;
+    const std::lock_guard<std::mutex> lock(WmiMutex());
     bool manufacturerRead = false;
     try {
         const auto enumerator = ExecQuery(L"SELECT * FROM Win32_BaseBoard");
@@ -197,6 +203,7 @@ bool WMI::GetMotherboardValues(SoundInfo& board) {
 
 bool WMI::GetCDRomValues(std::vector<CDRomInfo>& drives) {
     if (!initialised_) return false;
+    const std::lock_guard<std::mutex> lock(WmiMutex());
     try {
         const auto enumerator = ExecQuery(L"SELECT * FROM Win32_CDROMDrive");
         if (!enumerator) return false;
@@ -217,6 +224,7 @@ bool WMI::GetCDRomValues(std::vector<CDRomInfo>& drives) {
 
 bool WMI::GetDiskDriveValues(std::vector<HardDriveInfo>& disks) {
     if (!initialised_) return false;
+    const std::lock_guard<std::mutex> lock(WmiMutex());
     try {
         const auto enumerator = ExecQuery(L"SELECT * FROM Win32_DiskDrive");
         if (!enumerator) return true;
@@ -238,6 +246,7 @@ bool WMI::GetDiskDriveValues(std::vector<HardDriveInfo>& disks) {
 
 bool WMI::GetSoundValues(std::vector<SoundInfo>& devices) {
     if (!initialised_) return false;
+    const std::lock_guard<std::mutex> lock(WmiMutex());
     bool rowRead = false;
     try {
         const auto enumerator = ExecQuery(L"SELECT * FROM Win32_SoundDevice");

@@ -81,6 +81,8 @@ std::int32_t FakeDiagnostics::CreateProvider(ComObject& provider) {
 std::int32_t FakeDiagnostics::Initialize(ComObject, const DiagnosticsParameters& chosen) {
     parameters = chosen;
     ++providerInitializations;
+    initializingThread = std::this_thread::get_id();
+    if (whileInitializing) whileInitializing();
     initialized_ = initializeStatus >= 0;
     return initializeStatus;
 }

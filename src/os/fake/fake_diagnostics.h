@@ -2,8 +2,10 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <string>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -34,10 +36,13 @@ class FakeDiagnostics : public Diagnostics {
     std::int32_t createStatus = kOk;
     std::int32_t initializeStatus = kOk;
     Container root;
+    // Called by each provider initialisation before it answers, on the initialising thread.
+    std::function<void()> whileInitializing;
 
     // What was asked.
     DiagnosticsParameters parameters;
     int providerInitializations = 0;
+    std::thread::id initializingThread;  // the thread that last initialised a provider
     int comInitializations = 0;
     int comUninitializations = 0;
 

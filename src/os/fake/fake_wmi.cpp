@@ -108,6 +108,7 @@ std::int32_t FakeWmi::ExecQuery(WmiObject services, const std::wstring& language
     enumerator = 0;
     if (Get(services, Kind::kServices) == nullptr) return kInvalidParameter;
     queries.push_back(Query{language, query, flags});
+    if (whileQuerying) whileQuerying();
     const std::wstring className = ClassOf(query);
     auto status = queryStatus.find(className);
     if (status != queryStatus.end() && status->second < 0) return status->second;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <string>
 #include <vector>
@@ -31,6 +32,8 @@ class FakeWmi : public Wmi {
     std::int32_t blanketStatus = kOk;
     std::map<std::wstring, std::int32_t> queryStatus;  // by class name
     std::map<std::wstring, std::int32_t> nextStatus;   // by class name, instead of the rows
+    // Called by each query before it answers, on the querying thread.
+    std::function<void()> whileQuerying;
 
     // What was asked.
     std::wstring nameSpace;
