@@ -55,8 +55,14 @@ void WMI::DestroyInstanceForTesting() {
 WMI::WMI()
     : wmi_(os::Current().wmi),
       locator_(0, os::WmiReleaser(*wmi_)),
-      services_(0, os::WmiReleaser(*wmi_)) {
-    Init();
+      services_(0, os::WmiReleaser(*wmi_)) {}
+
+bool WMI::Connected() {
+    if (!connectionTried_) {
+        connectionTried_ = true;
+        Init();
+    }
+    return initialised_;
 }
 
 os::UniqueWmiObject WMI::Object(os::WmiObject object) {
@@ -65,7 +71,6 @@ os::UniqueWmiObject WMI::Object(os::WmiObject object) {
 
 void WMI::Init() {
     ScopeTrace trace(L"rigel::WMI::Init");
-    const std::lock_guard<std::mutex> lock(WmiMutex());
     try {
         os::WmiObject locator = 0;
         os::WmiObject services = 0;
@@ -143,8 +148,8 @@ bool WMI::ReadText(const os::UniqueWmiObject& row, const std::wstring& name, Nam
 }
 
 bool WMI::GetCpuInfo(CpuInfo& info) {
-    if (!initialised_) return false;
     const std::lock_guard<std::mutex> lock(WmiMutex());
+    if (!Connected()) return false;
     try {
         const auto enumerator = ExecQuery(L"SELECT * FROM Win32_Processor");
         if (!enumerator) return true;
@@ -165,8 +170,8 @@ bool WMI::GetCpuInfo(CpuInfo& info) {
 }
 
 bool WMI::GetBiosValues(BiosInfo& bios) {
-    if (!initialised_) return false;
     const std::lock_guard<std::mutex> lock(WmiMutex());
+    if (!Connected()) return false;
     bool rowRead = false;
     try {
         const auto enumerator = ExecQuery(L"SELECT * FROM Win32_BIOS");
@@ -184,8 +189,8 @@ bool WMI::GetBiosValues(BiosInfo& bios) {
 }
 
 bool WMI::GetMotherboardValues(SoundInfo& board) {
-    if (!initialised_) return false;
     const std::lock_guard<std::mutex> lock(WmiMutex());
+    if (!Connected()) return false;
     bool manufacturerRead = false;
     try {
         const auto enumerator = ExecQuery(L"SELECT * FROM Win32_BaseBoard");
@@ -202,8 +207,8 @@ bool WMI::GetMotherboardValues(SoundInfo& board) {
 }
 
 bool WMI::GetCDRomValues(std::vector<CDRomInfo>& drives) {
-    if (!initialised_) return false;
     const std::lock_guard<std::mutex> lock(WmiMutex());
+    if (!Connected()) return false;
     try {
         const auto enumerator = ExecQuery(L"SELECT * FROM Win32_CDROMDrive");
         if (!enumerator) return false;
@@ -223,8 +228,8 @@ bool WMI::GetCDRomValues(std::vector<CDRomInfo>& drives) {
 }
 
 bool WMI::GetDiskDriveValues(std::vector<HardDriveInfo>& disks) {
-    if (!initialised_) return false;
     const std::lock_guard<std::mutex> lock(WmiMutex());
+    if (!Connected()) return false;
     try {
         const auto enumerator = ExecQuery(L"SELECT * FROM Win32_DiskDrive");
         if (!enumerator) return true;
@@ -245,8 +250,8 @@ bool WMI::GetDiskDriveValues(std::vector<HardDriveInfo>& disks) {
 }
 
 bool WMI::GetSoundValues(std::vector<SoundInfo>& devices) {
-    if (!initialised_) return false;
     const std::lock_guard<std::mutex> lock(WmiMutex());
+    if (!Connected()) return false;
     bool rowRead = false;
     try {
         const auto enumerator = ExecQuery(L"SELECT * FROM Win32_SoundDevice");

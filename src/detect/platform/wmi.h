@@ -16,7 +16,8 @@
 namespace rigel {
 
 // The one reader of Windows Management Instrumentation: connects once to ROOT\CIMV2 and answers
-// fixed queries. Not connected, it answers every query with nothing found.
+// fixed queries. Not connected, it answers every query with nothing found. It connects on its
+// first query, holding WmiMutex from the connection to the end of that query.
 class WMI : public Source {
   public:
     static WMI& Instance();
@@ -39,6 +40,8 @@ class WMI : public Source {
 
   private:
     WMI();
+    // Connects on the first call; the caller holds WmiMutex.
+    bool Connected();
     void Init();
 
     os::UniqueWmiObject Object(os::WmiObject object);
@@ -55,6 +58,7 @@ class WMI : public Source {
     bool ReadText(const os::UniqueWmiObject& row, const std::wstring& name, Name& text);
 
     os::Wmi* wmi_;
+    bool connectionTried_ = false;
     bool initialised_ = false;
     os::UniqueWmiObject locator_;
     os::UniqueWmiObject services_;
