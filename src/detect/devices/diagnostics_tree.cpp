@@ -123,7 +123,7 @@ void DiagnosticsTree::Wait() {
 }
 
 void DiagnosticsTree::DestroyInstanceForTesting() {
-    if (instance != nullptr) instance->Get();
+    Wait();
     delete instance;
     instance = nullptr;
 }
