@@ -1,6 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <functional>
@@ -8,7 +7,6 @@
 
 #include "detect/devices/gpu.h"
 #include "detect/platform/cpu.h"
-#include "detect/platform/wmi.h"
 #include "support/fake_machine.h"
 
 namespace rigel {
